@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Installs every Debian package Vellora needs to build, test and run.
+# Idempotent: when everything is present it only asks dpkg and exits.
+set -euo pipefail
+
+PACKAGES=(
+  # build tools
+  build-essential cmake ninja-build pkg-config ccache git
+  # libraries
+  libsqlite3-dev nlohmann-json3-dev libssl-dev
+  # tests and benchmarks
+  googletest libgtest-dev libgmock-dev libbenchmark-dev
+  # command-line tools the tests and the README session use
+  sqlite3 unzip
+)
+
+missing=()
+for pkg in "${PACKAGES[@]}"; do
+  status=$(dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null || true)
+  [[ "$status" == "install ok installed" ]] || missing+=("$pkg")
+done
+
+if ((${#missing[@]} == 0)); then
+  exit 0
+fi
+
+SUDO=()
+if [[ $(id -u) -ne 0 ]]; then
+  if command -v sudo >/dev/null; then
+    SUDO=(sudo)
+  else
+    echo "install-deps: missing packages (${missing[*]}) and not root; run this as root or install sudo." >&2
+    exit 1
+  fi
+fi
+
+echo "install-deps: installing ${missing[*]}" >&2
+export DEBIAN_FRONTEND=noninteractive
+"${SUDO[@]}" apt-get update -qq
+"${SUDO[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+echo "install-deps: done" >&2

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "document/json_value.h"
+
+namespace vells::backend {
+
+// What the backend needs of the script that holds all page layout, cache
+// naming and catalogue data. The real host runs core.js; tests plug in fakes.
+class CoreScript {
+public:
+  virtual ~CoreScript() = default;
+
+  // The catalogue; never throws. Empty when no script can be loaded, which the
+  // backend treats as a library without built-in pages.
+  // Shared and immutable, so that the many readers of one request pay no copy.
+  virtual std::shared_ptr<const JSONValue::Object> catalog() = 0;
+  // Calls script function `name`; absent when it answers null or nothing.
+  virtual std::optional<JSONValue> callJSON(const std::string& name, const JSONValue& args) = 0;
+  // As callJSON; a result that is not a string counts as absent.
+  virtual std::optional<std::string> string(const std::string& name, const JSONValue& args) = 0;
+  // The folder of the script's assets (fonts, pattern tiles), if there is one.
+  virtual std::optional<std::filesystem::path> assetsRoot() const = 0;
+};
+
+class CoreError : public std::runtime_error {
+public:
+  enum class Kind { exception, missingBundle };
+
+  static CoreError exception(const std::string& text) {
+    return CoreError(Kind::exception, "Renderer script failed: " + text);
+  }
+  static CoreError missingBundle() {
+    return CoreError(Kind::missingBundle,
+                     "core.js is missing from the app bundle \u2014 rebuild with apps/macos/build.sh.");
+  }
+  Kind kind() const { return kind_; }
+
+private:
+  CoreError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  Kind kind_;
+};
+
+// Stands in while no script engine is built in: an empty catalogue, and every
+// call fails the way a missing script does.
+class AbsentCoreScript final : public CoreScript {
+public:
+  std::shared_ptr<const JSONValue::Object> catalog() override {
+    return std::make_shared<const JSONValue::Object>();
+  }
+  std::optional<JSONValue> callJSON(const std::string&, const JSONValue&) override {
+    throw CoreError::missingBundle();
+  }
+  std::optional<std::string> string(const std::string&, const JSONValue&) override {
+    throw CoreError::missingBundle();
+  }
+  std::optional<std::filesystem::path> assetsRoot() const override { return std::nullopt; }
+};
+
+}  // namespace vells::backend

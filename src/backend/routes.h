@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "backend/messages.h"
+
+namespace vells::backend {
+
+class LocalBackend;
+
+using RouteHandler = Response (*)(LocalBackend&, const Request&);
+using PrefixHandler = Response (*)(LocalBackend&, const Request&, std::string_view rest);
+
+// One row of the route table: method and path compared exactly.
+struct Route {
+  std::string_view method;
+  std::string_view path;
+  RouteHandler handler;
+};
+
+// A row that answers every path beginning with `prefix`; the handler gets the rest.
+struct PrefixRoute {
+  std::string_view method;
+  std::string_view prefix;
+  PrefixHandler handler;
+};
+
+// The route families. Each lists its rows; the backend joins them.
+std::vector<Route> coreRoutes();
+std::vector<Route> setsRoutes();
+std::vector<PrefixRoute> assetRoutes();
+
+}  // namespace vells::backend

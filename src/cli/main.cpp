@@ -1,0 +1,41 @@
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "backend/local_backend.h"
+#include "cli/request_command.h"
+
+namespace {
+
+const char* const kHelp =
+    "Usage: vellora-cli COMMAND [options]\n"
+    "\n"
+    "Drives Vellora's library from the command line, with the same backend as the app.\n"
+    "\n"
+    "Commands:\n"
+    "  request METHOD PATH   call one route and print its answer\n"
+    "\n"
+    "Run 'vellora-cli COMMAND --help' for a command's options.\n"
+    "\n"
+    "Environment:\n"
+    "  VELLS_LIBRARY     the library folder (default: $XDG_DATA_HOME/Vells, else\n"
+    "                    ~/.local/share/Vells)\n"
+    "  VELLS_RESOURCES   the folder holding core.js and assets/\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string> args(argv + 1, argv + argc);
+  if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+    (args.empty() ? std::cerr : std::cout) << kHelp;
+    return args.empty() ? vells::cli::kExitUsage : vells::cli::kExitOK;
+  }
+  const std::string command = args[0];
+  args.erase(args.begin());
+  if (command == "request") {
+    return vells::cli::requestCommand(args, vells::backend::LocalBackend::shared(), std::cin,
+                                      std::cout, std::cerr);
+  }
+  std::cerr << "vellora-cli: unknown command '" << command << "'.\n\n" << kHelp;
+  return vells::cli::kExitUsage;
+}
