@@ -65,16 +65,23 @@ JSONValue appJSON(const AppRow& row) {
   return o;
 }
 
+// A catalogue list as it stands; missing or of another type, an empty list, so
+// that clients always find the lists they require.
+JSONValue listOr(const CatalogView& catalog, const std::string& key) {
+  JSONValue v = catalog.value(key);
+  return v.isArray() ? v : JSONValue::Array{};
+}
+
 Response config(LocalBackend& backend, const Request&) {
   const CatalogView catalog = backend.catalog();
   JSONValue::Array apps;
   for (const AppRow& row : backend.db().apps()) apps.push_back(appJSON(row));
   auto pagesAppId = catalog.pagesAppId();
   return Response::json(JSONValue::Object{
-      {"pages", catalog.value("pages")},
+      {"pages", listOr(catalog, "pages")},
       {"pagesAppId", pagesAppId ? JSONValue(*pagesAppId) : JSONValue()},
-      {"locales", catalog.value("locales")},
-      {"storeLocales", catalog.value("storeLocales")},
+      {"locales", listOr(catalog, "locales")},
+      {"storeLocales", listOr(catalog, "storeLocales")},
       {"sets", setsJSON(backend)},
       {"apps", std::move(apps)}});
 }
@@ -261,7 +268,7 @@ Response screenTexts(LocalBackend& backend, const Request& request) {
   const std::string set = request.param("set", "default");
   const std::string pageId = request.param("page", "home");
   const std::string locale = request.param("locale", "en");
-  const Response empty = Response::json(
+  Response empty = Response::json(
       JSONValue::Object{{"entries", JSONValue::Array{}}, {"overrides", JSONValue::Object{}}});
   PageRow row = pageOf(backend, set, pageId).value_or(PageRow{pageId, pageId, "builtin", {}});
   if (row.source != "builtin") return empty;
