@@ -7,7 +7,7 @@ PACKAGES=(
   # build tools
   build-essential cmake ninja-build pkg-config ccache git
   # libraries
-  libsqlite3-dev nlohmann-json3-dev libssl-dev
+  libsqlite3-dev nlohmann-json3-dev libssl-dev libjavascriptcoregtk-4.1-dev
   # tests and benchmarks
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # command-line tools the tests and the README session use

@@ -32,11 +32,6 @@ LocalBackend::LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> cor
   prefixes_ = assetRoutes();
 }
 
-LocalBackend& LocalBackend::shared() {
-  static LocalBackend instance(LocalLibrary::standard(), std::make_shared<AbsentCoreScript>());
-  return instance;
-}
-
 void LocalBackend::start() {
   std::lock_guard guard(lock_);
   if (dbHandle_) return;

@@ -30,7 +30,9 @@ public:
   LocalBackend(const LocalBackend&) = delete;
   LocalBackend& operator=(const LocalBackend&) = delete;
 
-  // The one instance of a run: the standard library folder and the shared script host.
+  // The one instance of a run: the standard library folder and the shared
+  // script host. Defined with the script host (vells_rendering), which sits
+  // above this layer; link that library to use it.
   static LocalBackend& shared();
 
   // Opens the library once; a failure is kept and rethrown, never retried.

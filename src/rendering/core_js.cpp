@@ -1,0 +1,189 @@
+#include "rendering/core_js.h"
+
+#include <cstdlib>
+
+#include "backend/helpers.h"
+#include "platform/base64.h"
+#include "platform/script/js_context.h"
+#include "platform/sha256.h"
+
+namespace vells::rendering {
+
+namespace fs = std::filesystem;
+using backend::CoreError;
+
+namespace {
+
+constexpr std::string_view kAssetPrefix = "/core/assets/";
+// The script's answer to a call that names documents it no longer holds.
+constexpr std::string_view kDocsMissing = "__vells_docs_missing__";
+
+bool hasCoreScript(const fs::path& dir) {
+  std::error_code ec;
+  return fs::is_regular_file(dir / "core.js", ec);
+}
+
+}  // namespace
+
+Documents::Documents(std::string texts, std::string styles)
+    : texts_(std::move(texts)), styles_(std::move(styles)) {
+  // Length-prefixed so that moving bytes from one document to the other changes the key.
+  key_ = platform::sha256Hex(std::to_string(texts_.size()) + ":" + texts_ + styles_).substr(0, 32);
+}
+
+CoreJS::CoreJS(std::optional<fs::path> resourceDir) : resourceDir_(std::move(resourceDir)) {
+  if (resourceDir_) assetsRoot_ = *resourceDir_ / "assets";
+}
+
+CoreJS::~CoreJS() = default;
+
+std::shared_ptr<CoreJS> CoreJS::shared() {
+  static const std::shared_ptr<CoreJS> instance = std::make_shared<CoreJS>(resourceDir());
+  return instance;
+}
+
+std::optional<fs::path> CoreJS::resourceDir() {
+  if (const char* env = std::getenv("VELLS_RESOURCES"); env && *env) {
+    std::error_code ec;
+    fs::path dir = fs::absolute(env, ec);
+    return ec ? fs::path(env) : dir;
+  }
+  std::error_code ec;
+  fs::path exe = fs::read_symlink("/proc/self/exe", ec);
+  if (!ec) {
+    fs::path installed = exe.parent_path().parent_path() / "share" / "vellora";
+    if (hasCoreScript(installed)) return installed;
+  }
+#ifdef VELLS_SOURCE_RESOURCES
+  fs::path source(VELLS_SOURCE_RESOURCES);
+  if (fs::is_directory(source, ec)) return source;
+#endif
+  return std::nullopt;
+}
+
+std::optional<fs::path> CoreJS::mapScriptPath(const std::string& path) const {
+  if (!assetsRoot_ || path.compare(0, kAssetPrefix.size(), kAssetPrefix) != 0) return std::nullopt;
+  const std::string rest = path.substr(kAssetPrefix.size());
+  std::size_t start = 0;
+  while (start <= rest.size()) {
+    std::size_t end = rest.find('/', start);
+    if (end == std::string::npos) end = rest.size();
+    if (rest.compare(start, end - start, "..") == 0 && end - start == 2) return std::nullopt;
+    start = end + 1;
+  }
+  return fs::path(assetsRoot_->string() + "/" + rest);
+}
+
+platform::JSContext& CoreJS::ensureContext() {
+  if (context_) return *context_;
+  if (loadError_) std::rethrow_exception(loadError_);
+  std::optional<std::string> source;
+  if (resourceDir_ && assetsRoot_) source = backend::readFile(*resourceDir_ / "core.js");
+  if (!source || !isValidUTF8(*source)) {
+    loadError_ = std::make_exception_ptr(CoreError::missingBundle());
+    std::rethrow_exception(loadError_);
+  }
+  auto context = std::make_unique<platform::JSContext>();
+  context->setHostObject(
+      "__vellsHost",
+      {{"read",
+        [this](const std::vector<std::string>& args) {
+          auto file = mapScriptPath(args.empty() ? "" : args[0]);
+          if (!file) return platform::HostValue::null();
+          auto bytes = backend::readFile(*file);
+          if (!bytes) return platform::HostValue::null();
+          if (args.size() > 1 && args[1] == "base64") {
+            return platform::HostValue::of(platform::base64Encode(*bytes));
+          }
+          return platform::HostValue::of(repairUTF8(*bytes));
+        }},
+       {"exists", [this](const std::vector<std::string>& args) {
+          auto file = mapScriptPath(args.empty() ? "" : args[0]);
+          std::error_code ec;
+          return platform::HostValue::of(file.has_value() && fs::exists(*file, ec));
+        }}});
+  try {
+    context->evaluate(*source, "file://" + (*resourceDir_ / "core.js").string());
+  } catch (const platform::ScriptException& e) {
+    const std::string text = e.what();
+    loadError_ = std::make_exception_ptr(CoreError::exception(text.empty() ? "load failed" : text));
+    std::rethrow_exception(loadError_);
+  }
+  context_ = std::move(context);
+  return *context_;
+}
+
+std::optional<std::string> CoreJS::invoke(const std::string& name, const std::string& argsJSON) {
+  platform::JSContext& context = ensureContext();
+  try {
+    return context.callMethod("VellsCore", "call", {name, argsJSON});
+  } catch (const platform::ScriptException& e) {
+    const std::string text = e.what();
+    throw CoreError::exception(text.empty() ? name : text);
+  }
+}
+
+std::optional<std::string> CoreJS::callRaw(const std::string& name, const JSONValue& args,
+                                           const Documents* docs) {
+  std::lock_guard guard(mutex_);
+  if (!docs) return invoke(name, args.dump());
+  JSONValue withKey = args.isObject() ? args : JSONValue::Object{};
+  withKey["__docs"] = docs->key();
+  const std::string argsJSON = withKey.dump();
+  try {
+    return invoke(name, argsJSON);
+  } catch (const CoreError& e) {
+    if (std::string_view(e.what()).find(kDocsMissing) == std::string_view::npos) throw;
+  }
+  invoke("__rememberDocs",
+         JSONValue(JSONValue::Object{
+                       {"key", docs->key()}, {"texts", docs->texts()}, {"styles", docs->styles()}})
+             .dump());
+  return invoke(name, argsJSON);
+}
+
+std::optional<JSONValue> CoreJS::parseResult(const std::optional<std::string>& text) {
+  if (!text) return std::nullopt;
+  JSONValue value = JSONValue::parse(*text);
+  if (value.isNull()) return std::nullopt;
+  return value;
+}
+
+std::optional<JSONValue> CoreJS::callJSON(const std::string& name, const JSONValue& args) {
+  return parseResult(callRaw(name, args, nullptr));
+}
+
+std::optional<std::string> CoreJS::string(const std::string& name, const JSONValue& args) {
+  auto value = callJSON(name, args);
+  if (value && value->isString()) return *value->asString();
+  return std::nullopt;
+}
+
+std::optional<JSONValue> CoreJS::callWithDocs(const std::string& name, const Documents& docs,
+                                              const JSONValue& args) {
+  return parseResult(callRaw(name, args, &docs));
+}
+
+std::optional<std::string> CoreJS::stringWithDocs(const std::string& name, const Documents& docs,
+                                                  const JSONValue& args) {
+  auto value = callWithDocs(name, docs, args);
+  if (value && value->isString()) return *value->asString();
+  return std::nullopt;
+}
+
+std::shared_ptr<const JSONValue::Object> CoreJS::catalog() {
+  std::lock_guard guard(catalogLock_);
+  if (cachedCatalog_) return cachedCatalog_;
+  try {
+    auto value = callJSON("catalog", JSONValue::Object{});
+    if (value && value->isObject() && !value->asObject()->empty()) {
+      cachedCatalog_ = std::make_shared<const JSONValue::Object>(*value->asObject());
+      return cachedCatalog_;
+    }
+  } catch (const std::exception&) {
+    // An unusable script is a library without built-in pages, not a failed request.
+  }
+  return std::make_shared<const JSONValue::Object>();
+}
+
+}  // namespace vells::rendering
