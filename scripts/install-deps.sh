@@ -8,6 +8,9 @@ PACKAGES=(
   build-essential cmake ninja-build pkg-config ccache git
   # libraries
   libsqlite3-dev nlohmann-json3-dev libssl-dev libjavascriptcoregtk-4.1-dev
+  # rendering: the headless browser, image filters, and fonts for every script a page may hold
+  chromium-headless-shell libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
+  fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
   # tests and benchmarks
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # command-line tools the tests and the README session use

@@ -24,3 +24,44 @@ std::string base64Encode(std::string_view bytes) {
 }
 
 }  // namespace vells::platform
+
+namespace vells::platform {
+
+std::optional<std::string> base64Decode(std::string_view text) {
+  std::string out;
+  out.reserve(text.size() / 4 * 3);
+  unsigned buffer = 0;
+  int bits = 0;
+  bool padding = false;
+  for (char c : text) {
+    int v;
+    if (c >= 'A' && c <= 'Z') {
+      v = c - 'A';
+    } else if (c >= 'a' && c <= 'z') {
+      v = c - 'a' + 26;
+    } else if (c >= '0' && c <= '9') {
+      v = c - '0' + 52;
+    } else if (c == '+') {
+      v = 62;
+    } else if (c == '/') {
+      v = 63;
+    } else if (c == '=') {
+      padding = true;
+      continue;
+    } else if (c == ' ' || c == '\n' || c == '\r' || c == '\t') {
+      continue;
+    } else {
+      return std::nullopt;
+    }
+    if (padding) return std::nullopt;  // data after padding
+    buffer = (buffer << 6) | static_cast<unsigned>(v);
+    bits += 6;
+    if (bits >= 8) {
+      bits -= 8;
+      out.push_back(static_cast<char>((buffer >> bits) & 0xFF));
+    }
+  }
+  return out;
+}
+
+}  // namespace vells::platform

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "rendering/html_renderer.h"
+
+namespace vells::platform {
+class DevToolsClient;
+}
+
+namespace vells::rendering {
+
+// One page target of the headless browser. The target is made on first use
+// and made again when its renderer crashed or the browser was restarted.
+class BrowserSlot final : public RenderSlot {
+public:
+  using BrowserProvider = std::function<std::shared_ptr<platform::DevToolsClient>()>;
+
+  explicit BrowserSlot(BrowserProvider provider);
+  ~BrowserSlot() override;
+
+  void load(const std::string& html, CSSSize size) override;
+  std::optional<Rect> rect(const std::string& selectorLiteral) override;
+  JSONValue run(const std::string& body) override;
+  std::string capturePNG(const Rect& rect, double pixelWidth, bool opaque) override;
+  std::string captureJPEG(const Rect& rect, double pixelWidth, int quality) override;
+
+  // Crashes the page's renderer, as a dying web content process would.
+  void crashRenderer();
+
+private:
+  void ensureTarget();
+  void closeTarget();
+  JSONValue call(const std::string& method, const JSONValue& params,
+                 std::chrono::milliseconds timeout = std::chrono::seconds(30));
+  std::string capture(const Rect& rect, double pixelWidth, const char* format, int quality,
+                      bool optimizeForSpeed, int* width, int* height);
+
+  BrowserProvider provider_;
+  std::shared_ptr<platform::DevToolsClient> browser_;
+  std::string targetId_;
+  std::string sessionId_;
+  std::string frameId_;
+  // Set from the browser's reader thread when the page's renderer dies.
+  std::shared_ptr<std::atomic<bool>> crashed_ = std::make_shared<std::atomic<bool>>(false);
+};
+
+// Makes a captured image exactly `width` × `height`, and without alpha when
+// `opaque` (composited over black, as drawing into an opaque bitmap does).
+// Bytes that already fit pass through untouched.
+std::string conformPNG(std::string png, int width, int height, bool opaque);
+std::string conformJPEG(std::string jpeg, int width, int height, int quality);
+
+}  // namespace vells::rendering
