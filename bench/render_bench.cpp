@@ -61,6 +61,13 @@ void BM_PhoneCapture(benchmark::State& state) {
 }
 BENCHMARK(BM_PhoneCapture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(12);
 
+void BM_PhoneLoadOnly(benchmark::State& state) {
+  const std::string html = phonePage();
+  auto slot = renderer().acquire(false);
+  for (auto _ : state) slot->load(html, {393, 852});
+}
+BENCHMARK(BM_PhoneLoadOnly)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(12);
+
 void BM_StoreCapture(benchmark::State& state) {
   auto slot = renderer().acquire(false);
   slot->load(storePage(), {621, 1344});
