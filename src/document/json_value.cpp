@@ -112,11 +112,19 @@ void appendValue(std::string& out, const JSONValue& v) {
   }
 }
 
-// Length of the valid UTF-8 sequence starting at s[i], or 0 when invalid.
-std::size_t utf8SequenceLength(std::string_view s, std::size_t i) {
+// One step of UTF-8 decoding at s[i]: how many bytes it takes and whether
+// they form a valid character. An invalid step covers the maximal prefix of a
+// sequence that could still have been valid (at least one byte), so that a
+// truncated character becomes one replacement character, as WHATWG decoders do.
+struct Utf8Step {
+  std::size_t length;
+  bool valid;
+};
+
+Utf8Step utf8Step(std::string_view s, std::size_t i) {
   auto byte = [&](std::size_t k) { return static_cast<unsigned char>(s[k]); };
   unsigned char c = byte(i);
-  if (c < 0x80) return 1;
+  if (c < 0x80) return {1, true};
   std::size_t len;
   unsigned char lo = 0x80, hi = 0xBF;
   if (c >= 0xC2 && c <= 0xDF) {
@@ -130,14 +138,14 @@ std::size_t utf8SequenceLength(std::string_view s, std::size_t i) {
     if (c == 0xF0) lo = 0x90;
     if (c == 0xF4) hi = 0x8F;
   } else {
-    return 0;
+    return {1, false};
   }
-  if (i + len > s.size()) return 0;
-  if (byte(i + 1) < lo || byte(i + 1) > hi) return 0;
-  for (std::size_t k = 2; k < len; ++k) {
-    if (byte(i + k) < 0x80 || byte(i + k) > 0xBF) return 0;
+  for (std::size_t k = 1; k < len; ++k) {
+    if (i + k >= s.size()) return {k, false};
+    unsigned char b = byte(i + k);
+    if (b < (k == 1 ? lo : 0x80) || b > (k == 1 ? hi : 0xBF)) return {k, false};
   }
-  return len;
+  return {len, true};
 }
 
 }  // namespace
@@ -227,9 +235,9 @@ std::size_t JSONValue::hash() const {
 
 bool isValidUTF8(std::string_view bytes) {
   for (std::size_t i = 0; i < bytes.size();) {
-    std::size_t n = utf8SequenceLength(bytes, i);
-    if (n == 0) return false;
-    i += n;
+    Utf8Step step = utf8Step(bytes, i);
+    if (!step.valid) return false;
+    i += step.length;
   }
   return true;
 }
@@ -238,14 +246,13 @@ std::string repairUTF8(std::string_view bytes) {
   std::string out;
   out.reserve(bytes.size());
   for (std::size_t i = 0; i < bytes.size();) {
-    std::size_t n = utf8SequenceLength(bytes, i);
-    if (n == 0) {
-      out += "\xEF\xBF\xBD";
-      ++i;
+    Utf8Step step = utf8Step(bytes, i);
+    if (step.valid) {
+      out.append(bytes.substr(i, step.length));
     } else {
-      out.append(bytes.substr(i, n));
-      i += n;
+      out += "\xEF\xBF\xBD";
     }
+    i += step.length;
   }
   return out;
 }

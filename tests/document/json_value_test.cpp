@@ -145,6 +145,11 @@ TEST(JSONValueTest, RepairReplacesOnlyTheBrokenBytes) {
     EXPECT_TRUE(isValidUTF8(repaired));
     EXPECT_NE(repaired.find("\xEF\xBF\xBD"), std::string::npos);
   }
+  // A truncated character is one replacement, a stray byte one each.
+  EXPECT_EQ(repairUTF8("end\xe2\x82!"), "end\xEF\xBF\xBD!");
+  EXPECT_EQ(repairUTF8("\xf0\x9f\x99"), "\xEF\xBF\xBD");
+  EXPECT_EQ(repairUTF8("\x80\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD");
+  EXPECT_EQ(repairUTF8("\xed\xa0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
   // Dumping repairs too, so the writer never emits text a reader would refuse.
   JSONValue back = JSONValue::parse(JSONValue(std::string("a\xff")).dump());
   EXPECT_EQ(back, JSONValue("a\xEF\xBF\xBD"));
