@@ -10,6 +10,20 @@
 
 namespace vells::backend {
 
+// A set's texts and styles documents as stored (raw JSON text), with a key that
+// names their content. Build it once per request: the script host may keep the
+// parsed documents under that key, so hundreds of calls parse them once.
+class Documents {
+public:
+  Documents(std::string texts, std::string styles);
+  const std::string& texts() const { return texts_; }
+  const std::string& styles() const { return styles_; }
+  const std::string& key() const { return key_; }
+
+private:
+  std::string texts_, styles_, key_;
+};
+
 // What the backend needs of the script that holds all page layout, cache
 // naming and catalogue data. The real host runs core.js; tests plug in fakes.
 class CoreScript {
@@ -24,6 +38,12 @@ public:
   virtual std::optional<JSONValue> callJSON(const std::string& name, const JSONValue& args) = 0;
   // As callJSON; a result that is not a string counts as absent.
   virtual std::optional<std::string> string(const std::string& name, const JSONValue& args) = 0;
+  // As callJSON, with the set's documents parsed under `texts` and `styles` and
+  // the call's own keys merged over them.
+  virtual std::optional<JSONValue> callWithDocs(const std::string& name, const Documents& docs,
+                                                const JSONValue& args);
+  std::optional<std::string> stringWithDocs(const std::string& name, const Documents& docs,
+                                            const JSONValue& args);
   // The folder of the script's assets (fonts, pattern tiles), if there is one.
   virtual std::optional<std::filesystem::path> assetsRoot() const = 0;
 };

@@ -23,13 +23,15 @@ Response health(LocalBackend&, const Request&) {
 
 std::vector<Route> coreRoutes() { return {{"GET", "/health", &health}}; }
 
-LocalBackend::LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> core)
+LocalBackend::LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> core,
+                           RouteFamilies more)
     : library_(std::move(library)),
       core_(core ? std::move(core) : std::make_shared<AbsentCoreScript>()) {
-  for (const auto& family : {coreRoutes(), setsRoutes()}) {
+  for (const auto& family : {coreRoutes(), setsRoutes(), more.exact}) {
     for (const Route& r : family) exact_.emplace(routeKey(r.method, r.path), r.handler);
   }
-  prefixes_ = assetRoutes();
+  prefixes_ = std::move(more.prefixes);
+  for (PrefixRoute& p : assetRoutes()) prefixes_.push_back(std::move(p));
 }
 
 void LocalBackend::start() {

@@ -26,7 +26,8 @@ class LocalBackend {
 public:
   static constexpr std::string_view baseURL = "vells://local";
 
-  LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> core);
+  // `more` adds the routes of the layers above, which the backend can't know.
+  LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> core, RouteFamilies more = {});
   LocalBackend(const LocalBackend&) = delete;
   LocalBackend& operator=(const LocalBackend&) = delete;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -9,8 +10,8 @@ namespace vells::backend {
 
 class LocalBackend;
 
-using RouteHandler = Response (*)(LocalBackend&, const Request&);
-using PrefixHandler = Response (*)(LocalBackend&, const Request&, std::string_view rest);
+using RouteHandler = std::function<Response(LocalBackend&, const Request&)>;
+using PrefixHandler = std::function<Response(LocalBackend&, const Request&, std::string_view rest)>;
 
 // One row of the route table: method and path compared exactly.
 struct Route {
@@ -26,7 +27,14 @@ struct PrefixRoute {
   PrefixHandler handler;
 };
 
-// The route families. Each lists its rows; the backend joins them.
+// Route families of a layer above the backend (rendering, text measuring),
+// handed to the backend when it is built.
+struct RouteFamilies {
+  std::vector<Route> exact;
+  std::vector<PrefixRoute> prefixes;
+};
+
+// The backend's own route families. Each lists its rows; the backend joins them.
 std::vector<Route> coreRoutes();
 std::vector<Route> setsRoutes();
 std::vector<PrefixRoute> assetRoutes();

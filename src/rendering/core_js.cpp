@@ -25,12 +25,6 @@ bool hasCoreScript(const fs::path& dir) {
 
 }  // namespace
 
-Documents::Documents(std::string texts, std::string styles)
-    : texts_(std::move(texts)), styles_(std::move(styles)) {
-  // Length-prefixed so that moving bytes from one document to the other changes the key.
-  key_ = platform::sha256Hex(std::to_string(texts_.size()) + ":" + texts_ + styles_).substr(0, 32);
-}
-
 CoreJS::CoreJS(std::optional<fs::path> resourceDir) : resourceDir_(std::move(resourceDir)) {
   if (resourceDir_) assetsRoot_ = *resourceDir_ / "assets";
 }
@@ -162,13 +156,6 @@ std::optional<std::string> CoreJS::string(const std::string& name, const JSONVal
 std::optional<JSONValue> CoreJS::callWithDocs(const std::string& name, const Documents& docs,
                                               const JSONValue& args) {
   return parseResult(callRaw(name, args, &docs));
-}
-
-std::optional<std::string> CoreJS::stringWithDocs(const std::string& name, const Documents& docs,
-                                                  const JSONValue& args) {
-  auto value = callWithDocs(name, docs, args);
-  if (value && value->isString()) return *value->asString();
-  return std::nullopt;
 }
 
 std::shared_ptr<const JSONValue::Object> CoreJS::catalog() {

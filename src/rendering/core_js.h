@@ -16,19 +16,7 @@ class JSContext;
 
 namespace vells::rendering {
 
-// A set's texts and styles documents as stored (raw JSON text), with a key that
-// names their content. Build it once per request: the script keeps the parsed
-// documents under that key, so hundreds of calls for one gallery parse them once.
-class Documents {
-public:
-  Documents(std::string texts, std::string styles);
-  const std::string& texts() const { return texts_; }
-  const std::string& styles() const { return styles_; }
-  const std::string& key() const { return key_; }
-
-private:
-  std::string texts_, styles_, key_;
-};
+using backend::Documents;
 
 // The host of core.js: one script context, loaded once, entered by one caller
 // at a time. Safe from any thread.
@@ -51,9 +39,7 @@ public:
   // As callJSON, with the set's documents under `texts` and `styles` and the
   // call's own keys merged over them.
   std::optional<JSONValue> callWithDocs(const std::string& name, const Documents& docs,
-                                        const JSONValue& args);
-  std::optional<std::string> stringWithDocs(const std::string& name, const Documents& docs,
-                                            const JSONValue& args);
+                                        const JSONValue& args) override;
 
   // Maps a script path under "/core/assets/" to a file; absent when refused.
   std::optional<std::filesystem::path> mapScriptPath(const std::string& path) const;
