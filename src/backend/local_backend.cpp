@@ -27,7 +27,7 @@ LocalBackend::LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> cor
                            RouteFamilies more)
     : library_(std::move(library)),
       core_(core ? std::move(core) : std::make_shared<AbsentCoreScript>()) {
-  for (const auto& family : {coreRoutes(), setsRoutes(), more.exact}) {
+  for (const auto& family : {coreRoutes(), setsRoutes(), imageRoutes(), more.exact}) {
     for (const Route& r : family) exact_.emplace(routeKey(r.method, r.path), r.handler);
   }
   prefixes_ = std::move(more.prefixes);

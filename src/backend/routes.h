@@ -37,6 +37,7 @@ struct RouteFamilies {
 // The backend's own route families. Each lists its rows; the backend joins them.
 std::vector<Route> coreRoutes();
 std::vector<Route> setsRoutes();
+std::vector<Route> imageRoutes();
 std::vector<PrefixRoute> assetRoutes();
 
 }  // namespace vells::backend

@@ -1,10 +1,24 @@
 #include "backend/local_backend.h"
 #include "rendering/core_js.h"
+#include "rendering/html_routes.h"
+#include "rendering/page_routes.h"
 
 namespace vells::backend {
 
+namespace {
+
+RouteFamilies renderingRoutes(rendering::HTMLRenderer& renderer) {
+  RouteFamilies families = rendering::htmlRoutes(renderer);
+  for (Route& route : rendering::pageRoutes(renderer))
+    families.exact.push_back(std::move(route));
+  return families;
+}
+
+}  // namespace
+
 LocalBackend& LocalBackend::shared() {
-  static LocalBackend instance(LocalLibrary::standard(), rendering::CoreJS::shared());
+  static LocalBackend instance(LocalLibrary::standard(), rendering::CoreJS::shared(),
+                               renderingRoutes(rendering::HTMLRenderer::shared()));
   return instance;
 }
 

@@ -1,0 +1,321 @@
+#include "rendering/composite.h"
+
+#include "backend/helpers.h"
+#include "backend/images.h"
+#include "backend/sets.h"
+#include "platform/base64.h"
+#include "rendering/effects.h"
+
+namespace vells::rendering {
+
+namespace fs = std::filesystem;
+using backend::Documents;
+using backend::LocalDatabase;
+using backend::PageRow;
+
+namespace {
+
+constexpr const char* kExtensions[] = {"png", "jpg", "jpeg", "webp"};
+constexpr int kMargin = 480;  // the flattener lays the canvas out at (480, 480)
+
+bool fileThere(const fs::path& p) {
+  std::error_code ec;
+  return fs::exists(p, ec);
+}
+
+JSONValue picture(const std::string& mime, const std::string& bytes) {
+  return JSONValue::Object{{"mime", mime}, {"base64", platform::base64Encode(bytes)}};
+}
+
+// A hero record on disk: a non-empty object, else no hero.
+std::optional<JSONValue> readHeroRecord(const fs::path& file) {
+  auto text = backend::readFile(file);
+  if (!text) return std::nullopt;
+  auto value = JSONValue::tryParse(*text);
+  if (!value || !value->isObject() || value->asObject()->empty()) return std::nullopt;
+  return value;
+}
+
+double numberOr(const JSONValue& v, const char* key, double fallback) {
+  return v.numberAt(key).value_or(fallback);
+}
+
+std::string replaceAll(std::string s, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = s.find(from, at)) != std::string::npos; at += to.size()) {
+    s.replace(at, from.size(), to);
+  }
+  return s;
+}
+
+}  // namespace
+
+CaptureNames CaptureNames::of(const JSONValue& dict, const std::string& name) {
+  CaptureNames names;
+  const JSONValue* entry = dict.find(name);
+  if (!entry || !entry->isObject()) return names;
+  names.hero = entry->stringAt("hero").value_or("");
+  names.heroRect = entry->stringAt("heroRect").value_or("");
+  names.phone = entry->stringAt("phone").value_or("");
+  return names;
+}
+
+Plan Plan::of(const std::optional<JSONValue>& answer, const std::string& set,
+              const std::string& page) {
+  Plan plan;
+  plan.vell = set + "-" + page + ".png";
+  if (!answer || !answer->isObject()) return plan;
+  if (const JSONValue* style = answer->find("style"); style && style->isObject()) {
+    plan.style = *style->asObject();
+  }
+  plan.title = answer->stringAt("title");
+  plan.withHero = answer->boolAt("withHero").value_or(false);
+  plan.captures = CaptureNames::of(*answer, "captures");
+  plan.heroCaptures = CaptureNames::of(*answer, "heroCaptures");
+  if (auto vell = answer->stringAt("vell")) plan.vell = *vell;
+  return plan;
+}
+
+Compositor::Compositor(backend::LocalBackend& backend, HTMLRenderer& renderer)
+    : backend_(backend), renderer_(renderer) {}
+
+Documents Compositor::documents(const std::string& set) {
+  return Documents(backend_.db().document(LocalDatabase::Document::texts, set),
+                   backend_.db().document(LocalDatabase::Document::styles, set));
+}
+
+std::string Compositor::builtinOf(const std::optional<PageRow>& row, const std::string& page) {
+  if (row && row->source == "builtin") return row->builtinId.value_or(row->id);
+  return page;
+}
+
+std::optional<fs::path> Compositor::findScreen(const std::string& set, const std::string& page,
+                                               const std::string& os, const std::string& theme,
+                                               const std::string& locale) const {
+  const fs::path screens = backend_.library().screens();
+  const std::string other = theme == "light" ? "dark" : "light";
+  for (const fs::path& dir : {screens / theme, screens, screens / other}) {
+    for (const std::string& base :
+         {set + "-" + page + "-" + os + "-" + locale, set + "-" + page + "-" + os}) {
+      for (const char* ext : kExtensions) {
+        fs::path file = dir / (base + "." + ext);
+        if (fileThere(file)) return file;
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<fs::path> Compositor::findPageImage(const fs::path& folder, const std::string& set,
+                                                  const std::string& page,
+                                                  const std::string& os) const {
+  for (const char* ext : kExtensions) {
+    fs::path file = folder / (set + "-" + page + "-" + os + "." + ext);
+    if (fileThere(file)) return file;
+  }
+  if (set != "default") return std::nullopt;
+  for (const char* ext : kExtensions) {
+    fs::path file = folder / (page + "-" + os + "." + ext);
+    if (fileThere(file)) return file;
+  }
+  return std::nullopt;
+}
+
+JSONValue::Object Compositor::layerUris(const std::string& set,
+                                        const JSONValue::Object& style) const {
+  JSONValue::Object uris;
+  auto layers = style.find("layers");
+  if (layers == style.end() || !layers->second.isArray()) return uris;
+  const fs::path folder = backend_.library().layers() / backend::setFolder(set);
+  for (const JSONValue& layer : *layers->second.asArray()) {
+    auto asset = layer.stringAt("asset");
+    // Only a plain content name can be an asset; anything with a path in it is no file of ours.
+    if (!asset || asset->empty() || backend::safeName(*asset) != *asset || *asset == "." ||
+        *asset == "..") {
+      continue;
+    }
+    auto bytes = backend::readFile(folder / *asset);
+    if (!bytes) continue;
+    uris[*asset] =
+        "data:" + backend::sniffMime(*bytes, *asset) + ";base64," + platform::base64Encode(*bytes);
+  }
+  return uris;
+}
+
+CSSSize Compositor::deviceSize(const std::string& os) {
+  const JSONValue devices = backend_.catalog().value("devices");
+  const JSONValue* entry = devices.find(os);
+  if (!entry) return {393, 852};
+  auto w = entry->numberAt("width");
+  auto h = entry->numberAt("height");
+  if (!w || !h) return {393, 852};
+  return {*w, *h};
+}
+
+CSSSize Compositor::canvasSize(const std::string& os) {
+  const JSONValue dims = backend_.catalog().value("compositeDims");
+  const JSONValue* entry = dims.find(os);
+  if (!entry) return {621, 1344};
+  return {numberOr(*entry, "w", 621), numberOr(*entry, "h", 1344)};
+}
+
+std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) {
+  // Stage 0: what the page is.
+  const Documents docs = documents(r.set);
+  const auto row = backend::pageOf(backend_, r.set, r.page);
+  const bool isUploaded = row && row->source == "upload";
+  const auto screen =
+      isUploaded ? findScreen(r.set, r.page, r.os, r.theme, r.locale) : std::nullopt;
+  const std::string builtin = builtinOf(row, r.page);
+  const JSONValue::Object common{
+      {"set", r.set},       {"page", r.page},           {"os", r.os},        {"theme", r.theme},
+      {"locale", r.locale}, {"isUploaded", isUploaded}, {"builtin", builtin}};
+  const Plan plan = Plan::of(backend_.core().callWithDocs("pagePlan", docs, common), r.set, r.page);
+  const fs::path output = backend_.library().output();
+  const fs::path phonePath = output / plan.captures.phone;
+  const fs::path heroPath = output / plan.captures.hero;
+  const fs::path heroRectPath = output / plan.captures.heroRect;
+  const backend::CatalogView catalog = backend_.catalog();
+
+  // Stage 1: which captures are there.
+  std::optional<JSONValue> heroRecord;
+  std::optional<std::string> heroBytes;
+  auto loadHero = [&] {
+    heroRecord = readHeroRecord(heroRectPath);
+    if (heroRecord) heroBytes = backend::readFile(heroPath);
+  };
+  bool capture = false;
+  const bool heroRectThere = !plan.captures.heroRect.empty() && fileThere(heroRectPath);
+  if (isUploaded) {
+    if (r.check && plan.withHero && !heroRectThere) return std::nullopt;
+    if (plan.withHero) loadHero();
+  } else {
+    const bool phoneThere = !plan.captures.phone.empty() && fileThere(phonePath);
+    if (r.check && !(phoneThere && (!plan.withHero || heroRectThere))) return std::nullopt;
+    if (r.fresh || !phoneThere || (plan.withHero && !heroRectThere)) {
+      capture = true;
+    } else if (plan.withHero) {
+      loadHero();
+    }
+  }
+
+  // Stage 2: the phone and hero pictures.
+  if (capture) {
+    JSONValue args = common;
+    auto html = backend_.core().stringWithDocs("pageHtml", docs, args);
+    if (!html) throw backend::Failure(backend::Response::text("Unknown page", 404));
+    std::optional<std::pair<std::string, std::string>> hero;
+    if (plan.withHero) {
+      hero = std::make_pair(catalog.value("heroSelector").isString()
+                                ? *catalog.value("heroSelector").asString()
+                                : std::string("[data-vell=\"hero\"]"),
+                            catalog.value("heroHideSelector").isString()
+                                ? *catalog.value("heroHideSelector").asString()
+                                : std::string("[data-vell=\"hero\"],[data-vell-with-hero]"));
+    }
+    const JSONValue phoneScale = catalog.value("phoneScale");
+    PhoneCapture shot = renderer_.renderPhoneAndHero(
+        *html, deviceSize(r.os), phoneScale.isNumber() ? *phoneScale.asNumber() : 3.0, hero,
+        r.background);
+    backend::writeFileAtomically(phonePath, shot.phone);
+    if (plan.withHero && shot.hero) backend::writeFileAtomically(heroPath, *shot.hero);
+    JSONValue record;
+    if (shot.heroRect) {
+      record = shot.heroRect->rect.json();
+      record["plate"] = shot.heroRect->plate;
+    }
+    backend::writeFileAtomically(heroRectPath, record.dump());
+    heroRecord.reset();
+    heroBytes.reset();
+    loadHero();
+  }
+
+  // Stage 3: the composite's name.
+  const auto backgroundFile = findPageImage(backend_.library().backgrounds(), r.set, r.page, r.os);
+  const auto overlayFile = findPageImage(backend_.library().overlays(), r.set, r.page, r.os);
+  JSONValue nameArgs = common;
+  nameArgs["hasBackground"] = backgroundFile.has_value();
+  // Not only whether there is a background: which one, so a replaced picture renames the image.
+  nameArgs["backgroundMtimeMs"] =
+      backgroundFile ? JSONValue(backend::mtimeMs(*backgroundFile).value_or(0)) : JSONValue();
+  nameArgs["overlayMtimeMs"] =
+      overlayFile ? JSONValue(backend::mtimeMs(*overlayFile).value_or(0)) : JSONValue();
+  nameArgs["screenMtimeMs"] =
+      screen ? JSONValue(backend::mtimeMs(*screen).value_or(0)) : JSONValue();
+  nameArgs["calloutAspect"] = heroBytes ? JSONValue(backend::pngAspect(*heroBytes)) : JSONValue();
+  auto name = backend_.core().stringWithDocs("compositeName", docs, nameArgs);
+  const std::string filename = name ? *name : "composite-" + r.set + "-" + r.page + ".png";
+  CompositeResult result{output / filename, filename,
+                         output / replaceAll(filename, ".png", ".thumb.jpg"), false};
+
+  // Stage 4: what is still to make.
+  if (r.check) {
+    result.ready = fileThere(result.thumbPath);
+    return result;
+  }
+  bool needPng, needThumb;
+  if (r.thumbOnly) {
+    needPng = false;
+    needThumb = r.fresh || !fileThere(result.thumbPath);
+  } else {
+    needPng = r.fresh || !fileThere(result.path);
+    needThumb = r.fresh || !fileThere(result.thumbPath);
+  }
+  if (!needPng && !needThumb) {
+    result.ready = true;
+    return result;
+  }
+
+  // Stage 5: the store image's HTML.
+  JSONValue htmlArgs = common;
+  const std::optional<fs::path> phoneFile =
+      isUploaded ? screen : (plan.captures.phone.empty() ? std::nullopt : std::optional(phonePath));
+  std::optional<std::string> phoneBytes = phoneFile ? backend::readFile(*phoneFile) : std::nullopt;
+  htmlArgs["phone"] = phoneBytes
+                          ? picture(backend::mimeForExtension(phoneFile->string()), *phoneBytes)
+                          : JSONValue();
+  if (heroRecord && heroBytes) {
+    htmlArgs["hero"] = JSONValue::Object{{"rect", *heroRecord},
+                                         {"image", picture("image/png", *heroBytes)},
+                                         {"aspect", backend::pngAspect(*heroBytes)}};
+  } else {
+    htmlArgs["hero"] = JSONValue();
+  }
+  for (const auto& [key, file] :
+       {std::pair{"background", backgroundFile}, {"overlay", overlayFile}}) {
+    auto bytes = file ? backend::readFile(*file) : std::nullopt;
+    htmlArgs[key] =
+        bytes ? picture(backend::sniffMime(*bytes, file->string()), *bytes) : JSONValue();
+  }
+  htmlArgs["layerUris"] = layerUris(r.set, plan.style);
+  htmlArgs["pageLabel"] = row ? row->label : r.page;
+  const std::string html =
+      backend_.core().stringWithDocs("compositeHtml", docs, htmlArgs).value_or("");
+  const CSSSize canvas = canvasSize(r.os);
+
+  // Stage 6: one load, one flattening, both outputs.
+  const JSONValue scaleValue = catalog.value("compositeScale");
+  const JSONValue thumbValue = catalog.value("thumbWidth");
+  const double pngScale = needPng ? (scaleValue.isNumber() ? *scaleValue.asNumber() : 2.0) : 0;
+  const double thumbW = needThumb ? (thumbValue.isNumber() ? *thumbValue.asNumber() : 400.0) : 0;
+  std::string png, jpeg;
+  {
+    HTMLRenderer::Lease slot = renderer_.acquire(r.background);
+    slot->load(html, {canvas.width + 2 * kMargin, canvas.height + 2 * kMargin});
+    Effects::flatten(*slot, canvas, std::max(pngScale, thumbW / canvas.width));
+    const Rect area{kMargin, kMargin, canvas.width, canvas.height};
+    if (needPng) png = slot->capturePNG(area, pngScale * canvas.width, true);
+    if (needThumb) {
+      try {
+        jpeg = slot->captureJPEG(area, thumbW, 80);
+      } catch (const RenderError&) {
+        jpeg.clear();  // no thumbnail is no failure: the PNG stands in for it
+      }
+    }
+  }
+  if (!png.empty()) backend::writeFileAtomically(result.path, png);
+  if (!jpeg.empty()) backend::writeFileAtomically(result.thumbPath, jpeg);
+  result.ready = true;
+  return result;
+}
+
+}  // namespace vells::rendering
