@@ -181,6 +181,20 @@ TEST_F(Host, DocumentsCrossTheBorderOncePerContent) {
   EXPECT_EQ(Documents("a", "b").key(), Documents("a", "b").key());
 }
 
+// Large arguments make the engine collect garbage while a call is being set
+// up; the call's name and arguments must survive that.
+TEST_F(Host, LargeArgumentsSurviveCollection) {
+  script(kEcho);
+  CoreJS core(dir.path());
+  const std::string big(700 * 1024, 'A');
+  for (int i = 0; i < 60; ++i) {
+    auto v = core.callJSON("echo", JSONValue::Object{{"big", big}, {"i", i}});
+    ASSERT_TRUE(v);
+    ASSERT_EQ(v->numberAt("i"), i);
+    ASSERT_EQ(v->stringAt("big")->size(), big.size());
+  }
+}
+
 TEST_F(Host, ManyThreadsShareOneContext) {
   script(kEcho);
   CoreJS core(dir.path());

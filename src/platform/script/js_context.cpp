@@ -181,9 +181,20 @@ std::optional<std::string> JSContext::callMethod(const std::string& objectName,
   }
   std::vector<std::unique_ptr<StringRef>> holders;
   std::vector<JSValueRef> argv;
+  // The collector can't see values held in this vector: protect each one, or
+  // making a large second argument may collect the first.
+  struct Protected {
+    JSContextRef ctx;
+    std::vector<JSValueRef>& values;
+    ~Protected() {
+      for (JSValueRef v : values) JSValueUnprotect(ctx, v);
+    }
+  } guard{ctx, argv};
   for (const std::string& a : args) {
     holders.push_back(std::make_unique<StringRef>(a));
-    argv.push_back(JSValueMakeString(ctx, holders.back()->ref));
+    JSValueRef v = JSValueMakeString(ctx, holders.back()->ref);
+    JSValueProtect(ctx, v);
+    argv.push_back(v);
   }
   JSValueRef result = JSObjectCallAsFunction(ctx, fn, object, argv.size(), argv.data(), &exception);
   if (exception) throw ScriptException(valueText(ctx, exception));
