@@ -46,4 +46,13 @@ step GET /api/sets
 step_with '[1' POST "/api/texts?set=$SET"
 step_with '{"pages":[]}' POST "/api/pages?set=$SET"
 step GET /pattern/../x
-echo "Done. Every answer above came from the library at $VELLS_LIBRARY (removed now)."
+
+# A screen drawn from HTML, then the finished store image around it.
+OUT=${FIRST_SESSION_OUT:-vellora-first-session}
+mkdir -p "$OUT"
+step_with '{"html":"<body style=\"margin:0\"><div id=\"device\" style=\"width:393px;height:852px;background:linear-gradient(#fef3e2,#fde1c3);font:600 28px sans-serif;display:flex;align-items:center;justify-content:center\">Hello from Vellora</div></body>"}' \
+  POST "/api/screen-html?set=$SET&page=hero&os=ios&locale=en"
+step GET "/composite?set=$SET&page=hero&os=ios&theme=light&locale=en" -o "$OUT/hero-ios-en.png"
+step GET "/composite?set=$SET&page=hero&os=ios&theme=light&locale=de&thumb=1" -o "$OUT/hero-ios-de.thumb.jpg"
+echo "Store images written to $OUT/. Every answer above came from the library at"
+echo "$VELLS_LIBRARY (removed now)."
