@@ -767,9 +767,11 @@ struct SheetPage {
   std::map<std::string, std::string> titles;
 };
 
-TEST_F(PageDesigns, ContactSheet) {
+// Not a check but the maker of docs/contact-sheet.png: run it with
+// --gtest_also_run_disabled_tests and VELLS_CONTACT_SHEET naming the file.
+TEST_F(PageDesigns, DISABLED_ContactSheet) {
   const char* target = std::getenv("VELLS_CONTACT_SHEET");
-  if (!target || !*target) GTEST_SKIP() << "VELLS_CONTACT_SHEET names no file";
+  ASSERT_TRUE(target && *target) << "VELLS_CONTACT_SHEET names no file";
   const auto theme = [](const char* from, const char* via, const char* to, double angle,
                         const char* title, const char* accent, double stroke) {
     return JSONValue(JSONValue::Object{{"gradFrom", from},   {"gradVia", via},       {"gradTo", to},
