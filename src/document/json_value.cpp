@@ -10,7 +10,9 @@ namespace vells {
 
 namespace {
 
-JSONValue fromNlohmann(const nlohmann::json& j) {
+// Takes the parsed tree apart as it converts it: strings are moved, not
+// copied, which matters for the megabytes of Base64 a screenshot brings.
+JSONValue fromNlohmann(nlohmann::json& j) {
   switch (j.type()) {
     case nlohmann::json::value_t::null:
       return JSONValue();
@@ -23,11 +25,11 @@ JSONValue fromNlohmann(const nlohmann::json& j) {
     case nlohmann::json::value_t::number_float:
       return JSONValue(j.get<double>());
     case nlohmann::json::value_t::string:
-      return JSONValue(j.get_ref<const std::string&>());
+      return JSONValue(std::move(j.get_ref<std::string&>()));
     case nlohmann::json::value_t::array: {
       JSONValue::Array out;
       out.reserve(j.size());
-      for (const auto& e : j) out.push_back(fromNlohmann(e));
+      for (auto& e : j) out.push_back(fromNlohmann(e));
       return JSONValue(std::move(out));
     }
     case nlohmann::json::value_t::object: {
@@ -191,7 +193,8 @@ std::string JSONValue::dump() const {
 
 JSONValue JSONValue::parse(std::string_view text) {
   try {
-    return fromNlohmann(nlohmann::json::parse(text.begin(), text.end()));
+    nlohmann::json tree = nlohmann::json::parse(text.begin(), text.end());
+    return fromNlohmann(tree);
   } catch (const nlohmann::json::exception& e) {
     throw JSONParseError(e.what());
   }
