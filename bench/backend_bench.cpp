@@ -57,7 +57,8 @@ void BM_HealthRoute(benchmark::State& state) {
   LocalBackend backend(LocalLibrary(lib.root), nullptr);
   Request r;
   r.path = "/health";
-  for (auto _ : state) benchmark::DoNotOptimize(backend.handle(r));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(backend.handle(r));
 }
 BENCHMARK(BM_HealthRoute);
 
@@ -66,7 +67,8 @@ void BM_SaveTexts(benchmark::State& state) {
   TempLibrary lib;
   LocalBackend backend(LocalLibrary(lib.root), nullptr);
   const Request r = post("/api/texts?set=bench", textsDocument(10, 39));
-  for (auto _ : state) benchmark::DoNotOptimize(backend.handle(r));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(backend.handle(r));
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(r.body.size()));
 }
 BENCHMARK(BM_SaveTexts);
@@ -78,7 +80,8 @@ void BM_ReadTexts(benchmark::State& state) {
   Request r;
   r.path = "/api/texts";
   r.query["set"] = "bench";
-  for (auto _ : state) benchmark::DoNotOptimize(backend.handle(r));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(backend.handle(r));
 }
 BENCHMARK(BM_ReadTexts);
 
@@ -92,7 +95,8 @@ void BM_SavePages(benchmark::State& state) {
   }
   pages += "]}";
   const Request r = post("/api/pages?set=bench", pages);
-  for (auto _ : state) benchmark::DoNotOptimize(backend.handle(r));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(backend.handle(r));
 }
 BENCHMARK(BM_SavePages);
 

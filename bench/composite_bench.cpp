@@ -18,8 +18,8 @@ using namespace vells;
 struct Bench {
   fs::path root = fs::temp_directory_path() / ("vells-composite-bench-" + std::to_string(getpid()));
   rendering::HTMLRenderer renderer{2};
-  backend::LocalBackend backend{backend::LocalLibrary(root),
-                                std::make_shared<rendering::CoreJS>(fs::path(VELLS_SOURCE_RESOURCES))};
+  backend::LocalBackend backend{backend::LocalLibrary(root), std::make_shared<rendering::CoreJS>(
+                                                                 fs::path(VELLS_SOURCE_RESOURCES))};
   int edits = 0;
 
   Bench() {
@@ -54,7 +54,8 @@ void BM_ColdPage(benchmark::State& state) {
   rendering::Compositor c(bench().backend, bench().renderer);
   auto r = bench().request();
   r.fresh = true;
-  for (auto _ : state) benchmark::DoNotOptimize(c.composite(r));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(c.composite(r));
 }
 BENCHMARK(BM_ColdPage)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(8);
 

@@ -64,7 +64,8 @@ BENCHMARK(BM_PhoneCapture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterat
 void BM_PhoneLoadOnly(benchmark::State& state) {
   const std::string html = phonePage();
   auto slot = renderer().acquire(false);
-  for (auto _ : state) slot->load(html, {393, 852});
+  for (auto _ : state)
+    slot->load(html, {393, 852});
 }
 BENCHMARK(BM_PhoneLoadOnly)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(12);
 
@@ -102,11 +103,11 @@ void BM_PoolThroughput(benchmark::State& state) {
         }
       });
     }
-    for (auto& t : threads) t.join();
+    for (auto& t : threads)
+      t.join();
   }
-  state.counters["renders_per_s"] =
-      benchmark::Counter(2.0 * perThread * static_cast<double>(state.iterations()),
-                         benchmark::Counter::kIsRate);
+  state.counters["renders_per_s"] = benchmark::Counter(
+      2.0 * perThread * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
   rusage usage{};
   getrusage(RUSAGE_CHILDREN, &usage);
   state.counters["peak_child_rss_MB"] = static_cast<double>(usage.ru_maxrss) / 1024.0;

@@ -39,8 +39,12 @@ std::set<std::string> CatalogView::builtinIds() const {
   return ids;
 }
 
-std::optional<std::string> CatalogView::pagesAppId() const { return string("pagesAppId"); }
-std::optional<std::string> CatalogView::pagesAppName() const { return string("pagesAppName"); }
+std::optional<std::string> CatalogView::pagesAppId() const {
+  return string("pagesAppId");
+}
+std::optional<std::string> CatalogView::pagesAppName() const {
+  return string("pagesAppName");
+}
 
 std::vector<std::string> CatalogView::localeCodes() const {
   std::vector<std::string> codes;

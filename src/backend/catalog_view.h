@@ -14,7 +14,7 @@ namespace vells::backend {
 // key of another type, reads as empty, so an absent script is just a catalogue
 // without pages.
 class CatalogView {
-public:
+ public:
   explicit CatalogView(std::shared_ptr<const JSONValue::Object> catalog);
 
   const JSONValue::Object& raw() const { return *catalog_; }
@@ -33,7 +33,7 @@ public:
   // The `file` strings of a list of objects such as `fontFiles` or `patterns`.
   std::set<std::string> files(const std::string& key) const;
 
-private:
+ private:
   const JSONValue::Array* array(const std::string& key) const;
   std::optional<std::string> string(const std::string& key) const;
 

@@ -16,9 +16,11 @@ std::optional<JSONValue> CoreScript::callWithDocs(const std::string& name, const
     auto v = JSONValue::tryParse(text);
     return v && v->isObject() ? *v : JSONValue(JSONValue::Object{});
   };
-  JSONValue merged = JSONValue::Object{{"texts", parsed(docs.texts())}, {"styles", parsed(docs.styles())}};
+  JSONValue merged =
+      JSONValue::Object{{"texts", parsed(docs.texts())}, {"styles", parsed(docs.styles())}};
   if (const auto* own = args.asObject()) {
-    for (const auto& [key, value] : *own) merged[key] = value;
+    for (const auto& [key, value] : *own)
+      merged[key] = value;
   }
   return callJSON(name, merged);
 }

@@ -14,20 +14,20 @@ namespace vells::backend {
 // names their content. Build it once per request: the script host may keep the
 // parsed documents under that key, so hundreds of calls parse them once.
 class Documents {
-public:
+ public:
   Documents(std::string texts, std::string styles);
   const std::string& texts() const { return texts_; }
   const std::string& styles() const { return styles_; }
   const std::string& key() const { return key_; }
 
-private:
+ private:
   std::string texts_, styles_, key_;
 };
 
 // What the backend needs of the script that holds all page layout, cache
 // naming and catalogue data. The real host runs core.js; tests plug in fakes.
 class CoreScript {
-public:
+ public:
   virtual ~CoreScript() = default;
 
   // The catalogue; never throws. Empty when no script can be loaded, which the
@@ -49,19 +49,20 @@ public:
 };
 
 class CoreError : public std::runtime_error {
-public:
+ public:
   enum class Kind { exception, missingBundle };
 
   static CoreError exception(const std::string& text) {
     return CoreError(Kind::exception, "Renderer script failed: " + text);
   }
   static CoreError missingBundle() {
-    return CoreError(Kind::missingBundle,
-                     "core.js is missing from the app bundle \u2014 rebuild with apps/macos/build.sh.");
+    return CoreError(
+        Kind::missingBundle,
+        "core.js is missing from the app bundle \u2014 rebuild with apps/macos/build.sh.");
   }
   Kind kind() const { return kind_; }
 
-private:
+ private:
   CoreError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
   Kind kind_;
 };
@@ -69,7 +70,7 @@ private:
 // Stands in while no script engine is built in: an empty catalogue, and every
 // call fails the way a missing script does.
 class AbsentCoreScript final : public CoreScript {
-public:
+ public:
   std::shared_ptr<const JSONValue::Object> catalog() override {
     return std::make_shared<const JSONValue::Object>();
   }

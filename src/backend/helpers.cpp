@@ -40,8 +40,10 @@ std::string sniffMime(std::string_view bytes, std::string_view fallbackPath) {
 std::string mimeToExt(std::string_view contentType) {
   std::string_view type = contentType.substr(0, contentType.find(';'));
   auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-  while (!type.empty() && blank(type.front())) type.remove_prefix(1);
-  while (!type.empty() && blank(type.back())) type.remove_suffix(1);
+  while (!type.empty() && blank(type.front()))
+    type.remove_prefix(1);
+  while (!type.empty() && blank(type.back()))
+    type.remove_suffix(1);
   if (type == "image/jpeg" || type == "image/jpg") return "jpg";
   if (type == "image/webp") return "webp";
   return "png";
@@ -51,7 +53,8 @@ double pngAspect(std::string_view bytes) {
   if (bytes.size() < 24) return 1.0;
   auto be32 = [&](std::size_t off) {
     std::uint32_t v = 0;
-    for (std::size_t i = 0; i < 4; ++i) v = (v << 8) | static_cast<unsigned char>(bytes[off + i]);
+    for (std::size_t i = 0; i < 4; ++i)
+      v = (v << 8) | static_cast<unsigned char>(bytes[off + i]);
     return v;
   };
   std::uint32_t w = be32(16), h = be32(20);
@@ -59,7 +62,9 @@ double pngAspect(std::string_view bytes) {
   return static_cast<double>(w) / static_cast<double>(h);
 }
 
-std::string sha(std::string_view bytes) { return platform::sha256Hex(bytes).substr(0, 32); }
+std::string sha(std::string_view bytes) {
+  return platform::sha256Hex(bytes).substr(0, 32);
+}
 
 std::string safeName(std::string_view name) {
   std::string out;
@@ -125,7 +130,8 @@ std::string themeParam(const Request& request) {
 
 std::optional<std::string> appearanceParam(const Request& request) {
   auto it = request.query.find("appearance");
-  if (it != request.query.end() && (it->second == "light" || it->second == "dark")) return it->second;
+  if (it != request.query.end() && (it->second == "light" || it->second == "dark"))
+    return it->second;
   return std::nullopt;
 }
 

@@ -21,17 +21,21 @@ Response health(LocalBackend&, const Request&) {
 
 }  // namespace
 
-std::vector<Route> coreRoutes() { return {{"GET", "/health", &health}}; }
+std::vector<Route> coreRoutes() {
+  return {{"GET", "/health", &health}};
+}
 
 LocalBackend::LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> core,
                            RouteFamilies more)
     : library_(std::move(library)),
       core_(core ? std::move(core) : std::make_shared<AbsentCoreScript>()) {
   for (const auto& family : {coreRoutes(), setsRoutes(), imageRoutes(), more.exact}) {
-    for (const Route& r : family) exact_.emplace(routeKey(r.method, r.path), r.handler);
+    for (const Route& r : family)
+      exact_.emplace(routeKey(r.method, r.path), r.handler);
   }
   prefixes_ = std::move(more.prefixes);
-  for (PrefixRoute& p : assetRoutes()) prefixes_.push_back(std::move(p));
+  for (PrefixRoute& p : assetRoutes())
+    prefixes_.push_back(std::move(p));
 }
 
 void LocalBackend::start() {

@@ -23,7 +23,7 @@ namespace vells::backend {
 // and get a Response; nothing listens on a socket. Safe to call from any number
 // of threads at once.
 class LocalBackend {
-public:
+ public:
   static constexpr std::string_view baseURL = "vells://local";
 
   // `more` adds the routes of the layers above, which the backend can't know.
@@ -58,7 +58,7 @@ public:
   std::mutex& lock() { return lock_; }
   std::set<std::string>& warming() { return warming_; }
 
-private:
+ private:
   Response route(const Request& request);
   void upgrade(LocalDatabase& db);
 

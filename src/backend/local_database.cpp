@@ -50,9 +50,12 @@ CREATE TABLE IF NOT EXISTS set_order (
 
 const char* tableOf(LocalDatabase::Document kind) {
   switch (kind) {
-    case LocalDatabase::Document::texts: return "set_texts";
-    case LocalDatabase::Document::styles: return "set_styles";
-    case LocalDatabase::Document::order: return "set_order";
+    case LocalDatabase::Document::texts:
+      return "set_texts";
+    case LocalDatabase::Document::styles:
+      return "set_styles";
+    case LocalDatabase::Document::order:
+      return "set_order";
   }
   return "set_texts";
 }
@@ -138,9 +141,9 @@ JSONValue PageRow::json() const {
 }
 
 LocalDatabase::LocalDatabase(const std::filesystem::path& file) {
-  int rc = sqlite3_open_v2(file.c_str(), &db_,
-                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
-                           nullptr);
+  int rc =
+      sqlite3_open_v2(file.c_str(), &db_,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);
   if (rc != SQLITE_OK) {
     std::string message = db_ ? sqlite3_errmsg(db_) : "unknown";
     sqlite3_close(db_);
@@ -207,13 +210,17 @@ std::vector<LocalDatabase::Row> LocalDatabase::run(const std::string& sql,
     row.reserve(n);
     for (int c = 0; c < n; ++c) {
       switch (sqlite3_column_type(raw, c)) {
-        case SQLITE_INTEGER: row.emplace_back(std::int64_t{sqlite3_column_int64(raw, c)}); break;
-        case SQLITE_NULL: row.emplace_back(std::monostate{}); break;
+        case SQLITE_INTEGER:
+          row.emplace_back(std::int64_t{sqlite3_column_int64(raw, c)});
+          break;
+        case SQLITE_NULL:
+          row.emplace_back(std::monostate{});
+          break;
         default: {
           const unsigned char* text = sqlite3_column_text(raw, c);
-          row.emplace_back(text ? std::string(reinterpret_cast<const char*>(text),
-                                              sqlite3_column_bytes(raw, c))
-                                : std::string());
+          row.emplace_back(
+              text ? std::string(reinterpret_cast<const char*>(text), sqlite3_column_bytes(raw, c))
+                   : std::string());
         }
       }
     }

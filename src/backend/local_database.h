@@ -16,7 +16,7 @@ struct sqlite3;
 namespace vells::backend {
 
 class DBError : public std::runtime_error {
-public:
+ public:
   enum class Kind { open, sql };
 
   static DBError open(const std::string& message) {
@@ -27,7 +27,7 @@ public:
   }
   Kind kind() const { return kind_; }
 
-private:
+ private:
   DBError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
   Kind kind_;
 };
@@ -62,7 +62,7 @@ struct PageRow {
 // from its first statement to its last, so operations never interleave and
 // transactions need no further lock.
 class LocalDatabase {
-public:
+ public:
   enum class Document { texts, styles, order };
   using Value = std::variant<std::string, std::int64_t, std::monostate>;
   using Row = std::vector<Value>;
@@ -99,7 +99,7 @@ public:
   // integrity checks). Holds the same mutex as every other operation.
   std::vector<Row> query(const std::string& sql, const std::vector<Value>& values = {});
 
-private:
+ private:
   // Both require mutex_ to be held.
   void exec(const std::string& sql);
   std::vector<Row> run(const std::string& sql, const std::vector<Value>& values = {});

@@ -11,7 +11,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string reason(const std::error_code& ec) { return ec.message(); }
+std::string reason(const std::error_code& ec) {
+  return ec.message();
+}
 
 void makeFolder(const fs::path& folder) {
   std::error_code ec;

@@ -9,13 +9,13 @@ namespace vells::backend {
 // A library folder that couldn't be made or filled; the message names the
 // folder and the reason.
 class LibraryError : public std::runtime_error {
-public:
+ public:
   using std::runtime_error::runtime_error;
 };
 
 // Where the library lives: the database beside plain picture folders.
 class LocalLibrary {
-public:
+ public:
   explicit LocalLibrary(std::filesystem::path root) : root_(std::move(root)) {}
 
   // $VELLS_LIBRARY, else $XDG_DATA_HOME/Vells, else ~/.local/share/Vells.
@@ -45,7 +45,7 @@ public:
 
   static void copyTree(const std::filesystem::path& from, const std::filesystem::path& to);
 
-private:
+ private:
   std::filesystem::path root_;
 };
 

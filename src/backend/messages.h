@@ -40,14 +40,14 @@ struct Response {
 
 // Thrown by a route to stop with a finished answer.
 class Failure : public std::runtime_error {
-public:
+ public:
   explicit Failure(Response response);
   // `{"ok":false,"error":message}` with `status`.
   Failure(int status, std::string_view message);
 
   const Response& response() const { return response_; }
 
-private:
+ private:
   Response response_;
 };
 

@@ -21,7 +21,8 @@ std::vector<std::string> keepInOrder(const std::vector<std::string>& order,
 
 JSONValue setsJSON(LocalBackend& backend) {
   JSONValue::Array out;
-  for (const SetRow& row : backend.db().loadSets()) out.push_back(row.json());
+  for (const SetRow& row : backend.db().loadSets())
+    out.push_back(row.json());
   return out;
 }
 
@@ -75,9 +76,8 @@ JSONValue texts(LocalBackend& backend, const std::string& set) {
 }
 
 JSONValue docs(LocalBackend& backend, const std::string& set) {
-  return JSONValue::Object{
-      {"texts", backend.db().document(LocalDatabase::Document::texts, set)},
-      {"styles", backend.db().document(LocalDatabase::Document::styles, set)}};
+  return JSONValue::Object{{"texts", backend.db().document(LocalDatabase::Document::texts, set)},
+                           {"styles", backend.db().document(LocalDatabase::Document::styles, set)}};
 }
 
 }  // namespace vells::backend

@@ -48,13 +48,13 @@ std::optional<JSONValue> stringList(const JSONValue* value) {
 
 JSONValue appJSON(const AppRow& row) {
   const JSONValue info(row.info);
-  JSONValue::Object o{{"appId", row.appId},
-                      {"name", info.stringAt("name").value_or(row.appId)},
-                      {"icon", info.stringAt("icon").value_or("")},
-                      {"developer", info.stringAt("developer").value_or("")},
-                      {"screenshots", stringList(info.find("screenshotUrls"))
-                                          .value_or(JSONValue::Array{})},
-                      {"unlisted", !isListed(row.appId)}};
+  JSONValue::Object o{
+      {"appId", row.appId},
+      {"name", info.stringAt("name").value_or(row.appId)},
+      {"icon", info.stringAt("icon").value_or("")},
+      {"developer", info.stringAt("developer").value_or("")},
+      {"screenshots", stringList(info.find("screenshotUrls")).value_or(JSONValue::Array{})},
+      {"unlisted", !isListed(row.appId)}};
   if (const JSONValue* profile = info.find("profile")) {
     if (auto platforms = stringList(profile->find("platforms"))) o["platforms"] = *platforms;
     for (const char* key : {"about", "audience", "category"}) {
@@ -75,15 +75,16 @@ JSONValue listOr(const CatalogView& catalog, const std::string& key) {
 Response config(LocalBackend& backend, const Request&) {
   const CatalogView catalog = backend.catalog();
   JSONValue::Array apps;
-  for (const AppRow& row : backend.db().apps()) apps.push_back(appJSON(row));
+  for (const AppRow& row : backend.db().apps())
+    apps.push_back(appJSON(row));
   auto pagesAppId = catalog.pagesAppId();
-  return Response::json(JSONValue::Object{
-      {"pages", listOr(catalog, "pages")},
-      {"pagesAppId", pagesAppId ? JSONValue(*pagesAppId) : JSONValue()},
-      {"locales", listOr(catalog, "locales")},
-      {"storeLocales", listOr(catalog, "storeLocales")},
-      {"sets", setsJSON(backend)},
-      {"apps", std::move(apps)}});
+  return Response::json(
+      JSONValue::Object{{"pages", listOr(catalog, "pages")},
+                        {"pagesAppId", pagesAppId ? JSONValue(*pagesAppId) : JSONValue()},
+                        {"locales", listOr(catalog, "locales")},
+                        {"storeLocales", listOr(catalog, "storeLocales")},
+                        {"sets", setsJSON(backend)},
+                        {"apps", std::move(apps)}});
 }
 
 Response listSets(LocalBackend& backend, const Request&) {
@@ -245,7 +246,8 @@ Response savePages(LocalBackend& backend, const Request& request) {
   auto rows = validatePages(backend, set, list ? *list : JSONValue::Array{});
   backend.db().savePages(set, rows);
   JSONValue::Array out;
-  for (const PageRow& row : pagesOf(backend, set)) out.push_back(row.json());
+  for (const PageRow& row : pagesOf(backend, set))
+    out.push_back(row.json());
   return Response::json(JSONValue::Object{{"ok", true}, {"pages", std::move(out)}});
 }
 
@@ -274,11 +276,11 @@ Response screenTexts(LocalBackend& backend, const Request& request) {
   if (row.source != "builtin") return empty;
   const std::string catalogId = row.builtinId.value_or(row.id);
   if (!backend.catalog().builtinIds().contains(catalogId)) return empty;
-  auto result = backend.core().callJSON(
-      "screenTexts", JSONValue::Object{{"page", catalogId},
-                                       {"locale", locale},
-                                       {"os", osParam(request)},
-                                       {"theme", themeParam(request)}});
+  auto result =
+      backend.core().callJSON("screenTexts", JSONValue::Object{{"page", catalogId},
+                                                               {"locale", locale},
+                                                               {"os", osParam(request)},
+                                                               {"theme", themeParam(request)}});
   JSONValue::Array entries;
   if (result && result->isArray()) {
     for (const JSONValue& e : *result->asArray()) {

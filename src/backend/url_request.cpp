@@ -43,8 +43,8 @@ Request requestFromURL(std::string_view url, std::string method, std::string bod
   request.ifNoneMatch = std::move(ifNoneMatch);
 
   std::string_view rest = url.substr(0, url.find('#'));
-  if (auto scheme = rest.find("://"); scheme != std::string_view::npos &&
-                                      rest.find_first_of("/?") > scheme) {
+  if (auto scheme = rest.find("://");
+      scheme != std::string_view::npos && rest.find_first_of("/?") > scheme) {
     rest.remove_prefix(scheme + 3);
     auto pathStart = rest.find_first_of("/?");
     rest = pathStart == std::string_view::npos ? std::string_view() : rest.substr(pathStart);
@@ -64,7 +64,8 @@ Request requestFromURL(std::string_view url, std::string method, std::string bod
     std::string_view item = query.substr(0, amp);
     const auto eq = item.find('=');
     std::string_view rawName = item.substr(0, eq);
-    std::string_view rawValue = eq == std::string_view::npos ? std::string_view() : item.substr(eq + 1);
+    std::string_view rawValue =
+        eq == std::string_view::npos ? std::string_view() : item.substr(eq + 1);
     std::string name = percentDecode(rawName).value_or(std::string(rawName));
     std::string value = percentDecode(rawValue).value_or(std::string(rawValue));
     request.query.insert_or_assign(std::move(name), std::move(value));

@@ -44,7 +44,7 @@ struct Options {
 };
 
 class UsageError : public std::runtime_error {
-public:
+ public:
   using std::runtime_error::runtime_error;
 };
 
@@ -140,11 +140,12 @@ int requestCommand(const std::vector<std::string>& args, backend::LocalBackend& 
         << "Run 'vellora-cli request --help' for the options.\n";
     return kExitUsage;
   }
-  backend::Request request = backend::requestFromURL(o.path, o.method, std::move(body),
-                                                     o.contentType, o.ifNoneMatch);
+  backend::Request request =
+      backend::requestFromURL(o.path, o.method, std::move(body), o.contentType, o.ifNoneMatch);
   backend::Response response = backend.handle(request);
   err << "HTTP " << response.status << " " << response.mime << "\n";
-  for (const auto& [name, value] : response.headers) err << name << ": " << value << "\n";
+  for (const auto& [name, value] : response.headers)
+    err << name << ": " << value << "\n";
   if (o.output) {
     if (!writeAtomically(*o.output, response.body, err)) return kExitStatus;
   } else {

@@ -29,12 +29,14 @@ JSONValue fromNlohmann(nlohmann::json& j) {
     case nlohmann::json::value_t::array: {
       JSONValue::Array out;
       out.reserve(j.size());
-      for (auto& e : j) out.push_back(fromNlohmann(e));
+      for (auto& e : j)
+        out.push_back(fromNlohmann(e));
       return JSONValue(std::move(out));
     }
     case nlohmann::json::value_t::object: {
       JSONValue::Object out;
-      for (auto it = j.begin(); it != j.end(); ++it) out.insert_or_assign(it.key(), fromNlohmann(*it));
+      for (auto it = j.begin(); it != j.end(); ++it)
+        out.insert_or_assign(it.key(), fromNlohmann(*it));
       return JSONValue(std::move(out));
     }
     default:
@@ -60,13 +62,27 @@ void appendString(std::string& out, std::string_view s) {
   out.push_back('"');
   for (char c : s) {
     switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      case '\b': out += "\\b"; break;
-      case '\f': out += "\\f"; break;
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      case '\b':
+        out += "\\b";
+        break;
+      case '\f':
+        out += "\\f";
+        break;
       default:
         if (static_cast<unsigned char>(c) < 0x20) {
           static constexpr char hex[] = "0123456789abcdef";
@@ -83,10 +99,18 @@ void appendString(std::string& out, std::string_view s) {
 
 void appendValue(std::string& out, const JSONValue& v) {
   switch (v.kind()) {
-    case JSONValue::Kind::null: out += "null"; break;
-    case JSONValue::Kind::boolean: out += *v.asBool() ? "true" : "false"; break;
-    case JSONValue::Kind::number: appendNumber(out, *v.asNumber()); break;
-    case JSONValue::Kind::string: appendString(out, *v.asString()); break;
+    case JSONValue::Kind::null:
+      out += "null";
+      break;
+    case JSONValue::Kind::boolean:
+      out += *v.asBool() ? "true" : "false";
+      break;
+    case JSONValue::Kind::number:
+      appendNumber(out, *v.asNumber());
+      break;
+    case JSONValue::Kind::string:
+      appendString(out, *v.asString());
+      break;
     case JSONValue::Kind::array: {
       out.push_back('[');
       bool first = true;
@@ -214,16 +238,20 @@ std::size_t JSONValue::hash() const {
   };
   std::size_t seed = static_cast<std::size_t>(kind()) * 0x100000001b3ULL;
   switch (kind()) {
-    case Kind::null: return seed;
-    case Kind::boolean: return mix(seed, *asBool() ? 1 : 2);
+    case Kind::null:
+      return seed;
+    case Kind::boolean:
+      return mix(seed, *asBool() ? 1 : 2);
     case Kind::number: {
       double d = *asNumber();
       if (d == 0) d = 0;  // 0 and -0 are equal, so they must hash alike
       return mix(seed, std::hash<double>{}(d));
     }
-    case Kind::string: return mix(seed, std::hash<std::string>{}(*asString()));
+    case Kind::string:
+      return mix(seed, std::hash<std::string>{}(*asString()));
     case Kind::array:
-      for (const auto& e : *asArray()) seed = mix(seed, e.hash());
+      for (const auto& e : *asArray())
+        seed = mix(seed, e.hash());
       return seed;
     case Kind::object:
       // std::map iterates in key order, so insertion order cannot leak in.

@@ -15,7 +15,7 @@ namespace vells {
 // integer case, so 1 and 1.0 are the same value. Objects are compared as maps,
 // so the order in which a writer put the keys never matters.
 class JSONValue {
-public:
+ public:
   using Array = std::vector<JSONValue>;
   using Object = std::map<std::string, JSONValue, std::less<>>;
 
@@ -77,14 +77,16 @@ public:
 
   std::size_t hash() const;
 
-  friend bool operator==(const JSONValue& a, const JSONValue& b) { return a.storage_ == b.storage_; }
+  friend bool operator==(const JSONValue& a, const JSONValue& b) {
+    return a.storage_ == b.storage_;
+  }
 
-private:
+ private:
   std::variant<std::string, double, bool, Array, Object, std::nullptr_t> storage_;
 };
 
 class JSONParseError : public std::runtime_error {
-public:
+ public:
   using std::runtime_error::runtime_error;
 };
 

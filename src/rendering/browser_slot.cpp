@@ -24,13 +24,17 @@ constexpr const char* kReadyScript = R"JS((async () => {
   void (document.body && document.body.offsetHeight);
 })())JS";
 
-int roundPixels(double v) { return static_cast<int>(std::lround(v)); }
+int roundPixels(double v) {
+  return static_cast<int>(std::lround(v));
+}
 
 }  // namespace
 
 BrowserSlot::BrowserSlot(BrowserProvider provider) : provider_(std::move(provider)) {}
 
-BrowserSlot::~BrowserSlot() { closeTarget(); }
+BrowserSlot::~BrowserSlot() {
+  closeTarget();
+}
 
 void BrowserSlot::closeTarget() {
   if (!browser_ || targetId_.empty()) return;
@@ -69,17 +73,20 @@ void BrowserSlot::ensureTarget() {
     std::weak_ptr<DevToolsClient> weak = browser_;
     auto crashed = crashed_;
     const std::string session = sessionId_;
-    browser_->subscribe(session, [weak, crashed, session](const std::string& method, const JSONValue&) {
-      if (method != "Inspector.targetCrashed") return;
-      *crashed = true;
-      if (auto b = weak.lock()) b->failSession(session, DevToolsError::Kind::crashed, kQuit);
-    });
+    browser_->subscribe(session,
+                        [weak, crashed, session](const std::string& method, const JSONValue&) {
+                          if (method != "Inspector.targetCrashed") return;
+                          *crashed = true;
+                          if (auto b = weak.lock())
+                            b->failSession(session, DevToolsError::Kind::crashed, kQuit);
+                        });
     call("Inspector.enable", JSONValue::Object{});
     call("Page.enable", JSONValue::Object{});
     call("Emulation.setDefaultBackgroundColorOverride",
          JSONValue::Object{{"color", JSONValue::Object{{"r", 0}, {"g", 0}, {"b", 0}, {"a", 0}}}});
     const JSONValue tree = call("Page.getFrameTree", JSONValue::Object{});
-    const JSONValue* frame = tree.find("frameTree") ? tree.find("frameTree")->find("frame") : nullptr;
+    const JSONValue* frame =
+        tree.find("frameTree") ? tree.find("frameTree")->find("frame") : nullptr;
     frameId_ = frame ? frame->stringAt("id").value_or(targetId_) : targetId_;
   } catch (const DevToolsError& e) {
     closeTarget();
@@ -107,11 +114,11 @@ void BrowserSlot::load(const std::string& html, CSSSize size) {
     call("Page.navigate", JSONValue::Object{{"url", "about:blank"}});
     call("Page.setDocumentContent", JSONValue::Object{{"frameId", frameId_}, {"html", html}},
          kLoadTimeout);
-    const JSONValue ready = call("Runtime.evaluate",
-                                 JSONValue::Object{{"expression", kReadyScript},
-                                                   {"awaitPromise", true},
-                                                   {"returnByValue", true}},
-                                 kLoadTimeout);
+    const JSONValue ready =
+        call("Runtime.evaluate",
+             JSONValue::Object{
+                 {"expression", kReadyScript}, {"awaitPromise", true}, {"returnByValue", true}},
+             kLoadTimeout);
     if (const JSONValue* details = ready.find("exceptionDetails")) {
       throw RenderError::load(details->stringAt("text").value_or("script error"));
     }
@@ -166,16 +173,15 @@ std::string BrowserSlot::capture(const Rect& rect, double pixelWidth, const char
   if (w < 1 || h < 1) throw RenderError::snapshot();
   ensureTarget();
   const double scale = w / rect.width;
-  JSONValue params = JSONValue::Object{
-      {"format", format},
-      {"clip", JSONValue::Object{{"x", rect.x},
-                                 {"y", rect.y},
-                                 {"width", rect.width},
-                                 {"height", h / scale},
-                                 {"scale", scale}}},
-      {"fromSurface", true},
-      {"captureBeyondViewport", false},
-      {"optimizeForSpeed", optimizeForSpeed}};
+  JSONValue params = JSONValue::Object{{"format", format},
+                                       {"clip", JSONValue::Object{{"x", rect.x},
+                                                                  {"y", rect.y},
+                                                                  {"width", rect.width},
+                                                                  {"height", h / scale},
+                                                                  {"scale", scale}}},
+                                       {"fromSurface", true},
+                                       {"captureBeyondViewport", false},
+                                       {"optimizeForSpeed", optimizeForSpeed}};
   if (quality >= 0) params["quality"] = quality;
   JSONValue reply;
   try {

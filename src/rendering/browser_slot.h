@@ -16,7 +16,7 @@ namespace vells::rendering {
 // One page target of the headless browser. The target is made on first use
 // and made again when its renderer crashed or the browser was restarted.
 class BrowserSlot final : public RenderSlot {
-public:
+ public:
   using BrowserProvider = std::function<std::shared_ptr<platform::DevToolsClient>()>;
 
   explicit BrowserSlot(BrowserProvider provider);
@@ -31,7 +31,7 @@ public:
   // Crashes the page's renderer, as a dying web content process would.
   void crashRenderer();
 
-private:
+ private:
   void ensureTarget();
   void closeTarget();
   JSONValue call(const std::string& method, const JSONValue& params,

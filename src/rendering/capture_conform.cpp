@@ -16,7 +16,8 @@ PNGHeader pngHeader(const std::string& png) {
   if (png.size() < 26 || png.compare(1, 3, "PNG") != 0) return h;
   auto be32 = [&](std::size_t off) {
     std::uint32_t v = 0;
-    for (std::size_t i = 0; i < 4; ++i) v = (v << 8) | static_cast<unsigned char>(png[off + i]);
+    for (std::size_t i = 0; i < 4; ++i)
+      v = (v << 8) | static_cast<unsigned char>(png[off + i]);
     return static_cast<int>(v);
   };
   h.width = be32(16);

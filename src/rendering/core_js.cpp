@@ -79,23 +79,22 @@ platform::JSContext& CoreJS::ensureContext() {
   }
   auto context = std::make_unique<platform::JSContext>();
   context->setHostObject(
-      "__vellsHost",
-      {{"read",
-        [this](const std::vector<std::string>& args) {
-          auto file = mapScriptPath(args.empty() ? "" : args[0]);
-          if (!file) return platform::HostValue::null();
-          auto bytes = backend::readFile(*file);
-          if (!bytes) return platform::HostValue::null();
-          if (args.size() > 1 && args[1] == "base64") {
-            return platform::HostValue::of(platform::base64Encode(*bytes));
-          }
-          return platform::HostValue::of(repairUTF8(*bytes));
-        }},
-       {"exists", [this](const std::vector<std::string>& args) {
-          auto file = mapScriptPath(args.empty() ? "" : args[0]);
-          std::error_code ec;
-          return platform::HostValue::of(file.has_value() && fs::exists(*file, ec));
-        }}});
+      "__vellsHost", {{"read",
+                       [this](const std::vector<std::string>& args) {
+                         auto file = mapScriptPath(args.empty() ? "" : args[0]);
+                         if (!file) return platform::HostValue::null();
+                         auto bytes = backend::readFile(*file);
+                         if (!bytes) return platform::HostValue::null();
+                         if (args.size() > 1 && args[1] == "base64") {
+                           return platform::HostValue::of(platform::base64Encode(*bytes));
+                         }
+                         return platform::HostValue::of(repairUTF8(*bytes));
+                       }},
+                      {"exists", [this](const std::vector<std::string>& args) {
+                         auto file = mapScriptPath(args.empty() ? "" : args[0]);
+                         std::error_code ec;
+                         return platform::HostValue::of(file.has_value() && fs::exists(*file, ec));
+                       }}});
   try {
     context->evaluate(*source, "file://" + (*resourceDir_ / "core.js").string());
   } catch (const platform::ScriptException& e) {

@@ -21,7 +21,7 @@ using backend::Documents;
 // The host of core.js: one script context, loaded once, entered by one caller
 // at a time. Safe from any thread.
 class CoreJS final : public backend::CoreScript {
-public:
+ public:
   // `resourceDir` holds core.js and assets/; absent means the application has none.
   explicit CoreJS(std::optional<std::filesystem::path> resourceDir);
   ~CoreJS() override;
@@ -44,7 +44,7 @@ public:
   // Maps a script path under "/core/assets/" to a file; absent when refused.
   std::optional<std::filesystem::path> mapScriptPath(const std::string& path) const;
 
-private:
+ private:
   platform::JSContext& ensureContext();
   // The raw JSON text the script answers; absent for null. Requires mutex_.
   std::optional<std::string> invoke(const std::string& name, const std::string& argsJSON);

@@ -37,7 +37,9 @@ int HTMLRenderer::defaultMaxSlots(unsigned processors) {
   return 2;
 }
 
-int HTMLRenderer::defaultMaxSlots() { return defaultMaxSlots(std::thread::hardware_concurrency()); }
+int HTMLRenderer::defaultMaxSlots() {
+  return defaultMaxSlots(std::thread::hardware_concurrency());
+}
 
 int HTMLRenderer::slotCount() const {
   std::lock_guard guard(mutex_);
@@ -53,8 +55,8 @@ std::shared_ptr<platform::DevToolsClient> HTMLRenderer::browser() {
   std::lock_guard guard(browserMutex_);
   if (!browser_ || !browser_->alive()) {
     browser_.reset();  // reap the dead one before starting anew
-    browser_ = std::make_shared<platform::DevToolsClient>(
-        platform::DevToolsClient::defaultExecutable());
+    browser_ =
+        std::make_shared<platform::DevToolsClient>(platform::DevToolsClient::defaultExecutable());
   }
   return browser_;
 }

@@ -19,7 +19,7 @@ namespace vells::rendering {
 
 // A page in the render engine that can be loaded and captured.
 class RenderSlot : public PageSlot {
-public:
+ public:
   // Lays the page out at `size` (CSS pixels) and returns once its fonts are
   // ready and every image has decoded (or failed to).
   virtual void load(const std::string& html, CSSSize size) = 0;
@@ -44,12 +44,12 @@ struct PhoneCapture {
 // The pool of browser pages every render goes through. Foreground work always
 // gets a freed slot before background work. Safe from any thread.
 class HTMLRenderer {
-public:
+ public:
   using SlotFactory = std::function<std::unique_ptr<RenderSlot>()>;
 
   // A slot held by one caller; released (handed on or made idle) when it ends.
   class Lease {
-  public:
+   public:
     Lease(HTMLRenderer& pool, std::unique_ptr<RenderSlot> slot)
         : pool_(&pool), slot_(std::move(slot)) {}
     Lease(Lease&& other) noexcept = default;
@@ -59,7 +59,7 @@ public:
     RenderSlot& operator*() const { return *slot_; }
     RenderSlot* operator->() const { return slot_.get(); }
 
-  private:
+   private:
     HTMLRenderer* pool_;
     std::unique_ptr<RenderSlot> slot_;
   };
@@ -93,7 +93,7 @@ public:
   // The browser behind the default slots, started on first use and again after it died.
   std::shared_ptr<platform::DevToolsClient> browser();
 
-private:
+ private:
   struct Waiter {
     std::unique_ptr<RenderSlot> slot;
   };

@@ -23,7 +23,7 @@ struct CSSSize {
 };
 
 class RenderError : public std::runtime_error {
-public:
+ public:
   enum class Kind { load, missing, snapshot, engine };
 
   static RenderError load(const std::string& reason) {
@@ -40,7 +40,7 @@ public:
   }
   Kind kind() const { return kind_; }
 
-private:
+ private:
   RenderError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
   Kind kind_;
 };
@@ -48,7 +48,7 @@ private:
 // One loaded page in the render engine, as the effects flattening and the
 // capture steps use it. Implemented by the browser's slots; tests may fake it.
 class PageSlot {
-public:
+ public:
   virtual ~PageSlot() = default;
 
   // Runs `body` as the body of an async function in the page (it may `await`

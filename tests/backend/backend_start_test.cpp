@@ -77,8 +77,9 @@ TEST(BackendStart, FailedUpgradeStillServesTheOpenDatabase) {
   {
     LocalDatabase db(lib.databasePath());
     db.saveDocument(LocalDatabase::Document::texts, "s", "{}");
-    db.query("CREATE TRIGGER refuse BEFORE INSERT ON set_pages BEGIN "
-             "SELECT RAISE(ABORT, 'pages are frozen'); END");
+    db.query(
+        "CREATE TRIGGER refuse BEFORE INSERT ON set_pages BEGIN "
+        "SELECT RAISE(ABORT, 'pages are frozen'); END");
   }
   LocalBackend b(lib, std::make_shared<FakeCore>());
   auto first = call(b, "GET", "/health");
@@ -99,7 +100,8 @@ TEST(BackendStart, ConcurrentFirstRequestsStartOnce) {
       if (call(b, "GET", "/health").status == 200) ++ok;
     });
   }
-  for (auto& t : threads) t.join();
+  for (auto& t : threads)
+    t.join();
   EXPECT_EQ(ok.load(), 8);
   // One read by the start itself and one by the upgrade's page seed; nothing per request.
   EXPECT_EQ(core->catalogReads.load(), 2);
@@ -109,9 +111,15 @@ TEST(RouteMatching, ExactMethodAndPath) {
   TempDir dir;
   LocalBackend b(LocalLibrary(dir.path()), std::make_shared<FakeCore>());
   EXPECT_EQ(call(b, "GET", "/health").body, R"({"ok":true})");
-  for (auto [method, path] : std::vector<std::pair<const char*, const char*>>{
-           {"POST", "/health"}, {"HEAD", "/health"}, {"get", "/health"}, {"GET", "/Health"},
-           {"GET", "/api/sets/"}, {"PUT", "/api/sets"}, {"GET", "/"}, {"GET", "/api/nothing"}}) {
+  for (auto [method, path] :
+       std::vector<std::pair<const char*, const char*>>{{"POST", "/health"},
+                                                        {"HEAD", "/health"},
+                                                        {"get", "/health"},
+                                                        {"GET", "/Health"},
+                                                        {"GET", "/api/sets/"},
+                                                        {"PUT", "/api/sets"},
+                                                        {"GET", "/"},
+                                                        {"GET", "/api/nothing"}}) {
     auto r = call(b, method, path);
     EXPECT_EQ(r.status, 404) << method << " " << path;
     EXPECT_EQ(r.body, "Not found");
@@ -138,8 +146,9 @@ TEST(AssetRoutes, OnlyCatalogueFilesAreServed) {
   EXPECT_EQ(r.mime, "font/woff2");
   EXPECT_EQ(r.body, "wOF2");
 
-  for (const char* path : {"/pattern/secret.svg", "/patterns/wiggle.svg", "/pattern/../x",
-                           "/pattern/%2e%2e/x", "/fonts/wiggle.svg", "/pattern/", "/fonts//nunito.woff2"}) {
+  for (const char* path :
+       {"/pattern/secret.svg", "/patterns/wiggle.svg", "/pattern/../x", "/pattern/%2e%2e/x",
+        "/fonts/wiggle.svg", "/pattern/", "/fonts//nunito.woff2"}) {
     EXPECT_EQ(call(b, "GET", path).status, 404) << path;
   }
   // Listed but missing on disk, or no assets folder at all.

@@ -76,7 +76,8 @@ TEST(Helpers, QueryReaders) {
 TEST(Helpers, OverridesNeedAStringMap) {
   auto texts = JSONValue::parse(
       R"({"home":{"de":{"screen":{"a":"1","b":"2"}},"fr":{"screen":{"a":1}},"en":{"screen":[]}}})");
-  EXPECT_EQ(overrides(texts, "home", "de"), (std::map<std::string, std::string>{{"a", "1"}, {"b", "2"}}));
+  EXPECT_EQ(overrides(texts, "home", "de"),
+            (std::map<std::string, std::string>{{"a", "1"}, {"b", "2"}}));
   EXPECT_TRUE(overrides(texts, "home", "fr").empty());
   EXPECT_TRUE(overrides(texts, "home", "en").empty());
   EXPECT_TRUE(overrides(texts, "away", "de").empty());

@@ -13,7 +13,7 @@ using backend::PageRow;
 using Doc = LocalDatabase::Document;
 
 class Database : public ::testing::Test {
-protected:
+ protected:
   fs::path file() const { return dir.path() / "orvo-tools.sqlite"; }
   TempDir dir;
 };
@@ -53,7 +53,8 @@ TEST_F(Database, ImplicitSetRowsAndCascade) {
   db.deleteSet("default");
   db.deleteSet("never-existed");
   EXPECT_TRUE(db.pages("default").empty());
-  EXPECT_EQ(db.query("SELECT count(*) FROM set_pages")[0][0], LocalDatabase::Value{std::int64_t{0}});
+  EXPECT_EQ(db.query("SELECT count(*) FROM set_pages")[0][0],
+            LocalDatabase::Value{std::int64_t{0}});
 }
 
 TEST_F(Database, FailedSavePagesKeepsTheOldPages) {
@@ -134,13 +135,14 @@ TEST_F(Database, ConcurrentSavesStayConsistent) {
       }
     });
   }
-  for (auto& th : threads) th.join();
+  for (auto& th : threads)
+    th.join();
   EXPECT_EQ(errors.load(), 0);
   EXPECT_EQ(std::get<std::string>(db.query("PRAGMA integrity_check").at(0).at(0)), "ok");
   // Every page list is one whole save: positions run from 0 without gaps.
   for (const auto& set : db.loadSets()) {
-    auto rows = db.query("SELECT position FROM set_pages WHERE set_id = ? ORDER BY position",
-                         {set.id});
+    auto rows =
+        db.query("SELECT position FROM set_pages WHERE set_id = ? ORDER BY position", {set.id});
     for (std::size_t i = 0; i < rows.size(); ++i) {
       EXPECT_EQ(rows[i][0], LocalDatabase::Value{static_cast<std::int64_t>(i)});
     }

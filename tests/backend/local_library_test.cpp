@@ -73,7 +73,7 @@ TEST(LocalLibrary, ImportWithoutDatabaseStillCopiesPictures) {
 
 // Restores an environment variable when the test is done with it.
 class SavedEnv {
-public:
+ public:
   explicit SavedEnv(const char* name) : name_(name) {
     if (const char* v = std::getenv(name)) value_ = v;
   }
@@ -85,7 +85,7 @@ public:
     }
   }
 
-private:
+ private:
   const char* name_;
   std::optional<std::string> value_;
 };

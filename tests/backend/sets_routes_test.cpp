@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-
 #include "backend/test_support.h"
 
 namespace vells::testing {
@@ -14,13 +13,14 @@ using backend::LocalLibrary;
 
 // "<slug>-" followed by thirteen digits: a set id made now.
 bool isSetId(const std::string& id, const std::string& slug) {
-  if (id.size() != slug.size() + 14 || id.compare(0, slug.size() + 1, slug + "-") != 0) return false;
+  if (id.size() != slug.size() + 14 || id.compare(0, slug.size() + 1, slug + "-") != 0)
+    return false;
   return std::all_of(id.begin() + static_cast<long>(slug.size()) + 1, id.end(),
                      [](char c) { return c >= '0' && c <= '9'; });
 }
 
 class SetsRoutes : public ::testing::Test {
-protected:
+ protected:
   SetsRoutes() : core(std::make_shared<FakeCore>()), b(LocalLibrary(dir.path() / "lib"), core) {}
 
   // Creates a set through the route and answers its id.
@@ -58,7 +58,8 @@ TEST_F(SetsRoutes, CreateSetNamesAndIds) {
   EXPECT_EQ(*bodyJSON(call(b, "POST", "/api/sets", R"({"name":5})")).stringAt("name"), "Untitled");
   // Sets made within one millisecond still get distinct ids.
   std::set<std::string> ids;
-  for (int i = 0; i < 20; ++i) ids.insert(createSet(R"({"name":"Rush"})"));
+  for (int i = 0; i < 20; ++i)
+    ids.insert(createSet(R"({"name":"Rush"})"));
   EXPECT_EQ(ids.size(), 20u);
 }
 
@@ -201,10 +202,12 @@ TEST_F(SetsRoutes, BuiltInPagesFollowTheSampleApp) {
             200);
   // Unfiled, the set keeps the built-in pages it holds, but gains none.
   call(b, "PATCH", "/api/sets", R"({"id":")" + sample + R"(","appId":null})");
-  EXPECT_EQ(call(b, "POST", "/api/pages?set=" + sample, R"({"pages":[{"id":"h2","builtinId":"stats"}]})")
-                .status,
-            200);
-  EXPECT_EQ(call(b, "POST", "/api/pages?set=" + sample, R"({"pages":[{"id":"home"}]})").status, 400);
+  EXPECT_EQ(
+      call(b, "POST", "/api/pages?set=" + sample, R"({"pages":[{"id":"h2","builtinId":"stats"}]})")
+          .status,
+      200);
+  EXPECT_EQ(call(b, "POST", "/api/pages?set=" + sample, R"({"pages":[{"id":"home"}]})").status,
+            400);
 
   // A page the catalogue no longer knows is hidden, and kept in the database.
   call(b, "PATCH", "/api/sets", R"({"id":")" + sample + R"(","appId":"sample-app"})");
@@ -248,8 +251,9 @@ TEST_F(SetsRoutes, DocumentsAreStoredByteForByte) {
 
 TEST_F(SetsRoutes, ScreenTextsOnlyAskTheScriptForBuiltInPages) {
   call(b, "POST", "/api/pages?set=s", R"({"pages":[{"id":"shot","source":"upload"}]})");
-  call(b, "POST", "/api/texts?set=s",
-       R"({"home":{"de":{"screen":{"greeting":"Guten Morgen"}}},"shot":{"de":{"screen":{"a":"b"}}}})");
+  call(
+      b, "POST", "/api/texts?set=s",
+      R"({"home":{"de":{"screen":{"greeting":"Guten Morgen"}}},"shot":{"de":{"screen":{"a":"b"}}}})");
   auto r = call(b, "GET", "/api/screen-texts?set=s&page=shot&locale=de");
   EXPECT_EQ(r.body, R"({"entries":[],"overrides":{}})");
   EXPECT_TRUE(core->calls.empty());
@@ -266,19 +270,23 @@ TEST_F(SetsRoutes, ScreenTextsOnlyAskTheScriptForBuiltInPages) {
 }
 
 TEST_F(SetsRoutes, ConfigCarriesCatalogueSetsAndApps) {
-  b.db().saveApp({"123", *JSONValue::parse(R"({"name":"Listed","developer":"Me",
+  b.db().saveApp({"123",
+                  *JSONValue::parse(R"({"name":"Listed","developer":"Me",
       "screenshotUrls":["a","b"],"trackViewUrl":"https://x","profile":{"platforms":["ios"],
-      "about":"A","audience":5}})").asObject(), 1});
+      "about":"A","audience":5}})")
+                       .asObject(),
+                  1});
   b.db().saveApp({"local-1", {}, 2});
   auto config = bodyJSON(call(b, "GET", "/api/config"));
   EXPECT_EQ(*config.stringAt("pagesAppId"), "sample-app");
   EXPECT_EQ(config.find("pages")->asArray()->size(), 3u);
   EXPECT_EQ(config.find("storeLocales")->asArray()->size(), 3u);
-  EXPECT_EQ(config.find("apps")->dump(),
-            R"([{"about":"A","appId":"123","developer":"Me","icon":"","name":"Listed",)"
-            R"("platforms":["ios"],"screenshots":["a","b"],"storeUrl":"https://x","unlisted":false},)"
-            R"({"appId":"local-1","developer":"","icon":"","name":"local-1","screenshots":[],)"
-            R"("unlisted":true}])");
+  EXPECT_EQ(
+      config.find("apps")->dump(),
+      R"([{"about":"A","appId":"123","developer":"Me","icon":"","name":"Listed",)"
+      R"("platforms":["ios"],"screenshots":["a","b"],"storeUrl":"https://x","unlisted":false},)"
+      R"({"appId":"local-1","developer":"","icon":"","name":"local-1","screenshots":[],)"
+      R"("unlisted":true}])");
 
   // With no script at all the catalogue is empty, and config still answers.
   TempDir other;

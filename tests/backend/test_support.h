@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 // A fresh folder under the system's temp folder, removed with everything in it.
 class TempDir {
-public:
+ public:
   TempDir() {
     std::random_device rd;
     path_ = fs::temp_directory_path() /
@@ -39,7 +39,7 @@ public:
   TempDir& operator=(const TempDir&) = delete;
   const fs::path& path() const { return path_; }
 
-private:
+ private:
   fs::path path_;
 };
 
@@ -52,9 +52,10 @@ inline void writeFile(const fs::path& file, const std::string& bytes) {
 // A script host with a small, hand-made catalogue: two built-in pages of a
 // sample app, three store locales and one pattern tile.
 class FakeCore : public backend::CoreScript {
-public:
+ public:
   explicit FakeCore(std::optional<fs::path> assets = std::nullopt)
-      : assets_(std::move(assets)), catalog_(std::make_shared<JSONValue::Object>(defaultCatalog())) {}
+      : assets_(std::move(assets)),
+        catalog_(std::make_shared<JSONValue::Object>(defaultCatalog())) {}
 
   static JSONValue::Object defaultCatalog() {
     return *JSONValue::parse(R"({
@@ -66,7 +67,8 @@ public:
       "storeLocaleCodes": ["en","de","fr"],
       "fontFiles": [{"file":"nunito.woff2"}],
       "patterns": [{"file":"wiggle.svg"}]
-    })").asObject();
+    })")
+                .asObject();
   }
 
   std::shared_ptr<const JSONValue::Object> catalog() override {
@@ -94,7 +96,7 @@ public:
   std::atomic<int> catalogReads{0};
   std::vector<std::string> calls;
 
-private:
+ private:
   std::optional<fs::path> assets_;
   std::mutex mutex_;
   std::shared_ptr<const JSONValue::Object> catalog_;
@@ -106,6 +108,8 @@ inline backend::Response call(backend::LocalBackend& b, const std::string& metho
   return b.handle(backend::requestFromURL(url, method, body));
 }
 
-inline JSONValue bodyJSON(const backend::Response& r) { return JSONValue::parse(r.body); }
+inline JSONValue bodyJSON(const backend::Response& r) {
+  return JSONValue::parse(r.body);
+}
 
 }  // namespace vells::testing

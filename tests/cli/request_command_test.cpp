@@ -17,7 +17,7 @@ struct CommandResult {
 };
 
 class RequestCommand : public ::testing::Test {
-protected:
+ protected:
   CommandResult run(std::vector<std::string> args, const std::string& stdinBytes = "") {
     std::istringstream in(stdinBytes);
     std::ostringstream out, err;
@@ -46,8 +46,8 @@ TEST_F(RequestCommand, StatusAndBodyGoToTheirStreams) {
 
 TEST_F(RequestCommand, BodyFromAFileAndOutputToAFile) {
   writeFile(dir.path() / "doc.json", R"({"home":{"en":{"title":"Hi"}}})");
-  auto r = run({"POST", "vells://local/api/texts?set=a", "--body", (dir.path() / "doc.json").string(),
-                "--content-type", "application/json"});
+  auto r = run({"POST", "vells://local/api/texts?set=a", "--body",
+                (dir.path() / "doc.json").string(), "--content-type", "application/json"});
   EXPECT_EQ(r.code, 0) << r.err;
   const fs::path target = dir.path() / "out.json";
   r = run({"GET", "/api/texts?set=a", "-o", target.string()});
@@ -67,9 +67,14 @@ TEST_F(RequestCommand, BodyFromAFileAndOutputToAFile) {
 }
 
 TEST_F(RequestCommand, UsageErrorsTouchNothing) {
-  for (const auto& args : std::vector<std::vector<std::string>>{
-           {}, {"GET"}, {"GET", "health"}, {"GET", "/health", "extra"}, {"GET", "/health", "--body"},
-           {"GET", "/health", "--bogus"}, {"POST", "/api/texts", "--body", "/no/such/file"}}) {
+  for (const auto& args :
+       std::vector<std::vector<std::string>>{{},
+                                             {"GET"},
+                                             {"GET", "health"},
+                                             {"GET", "/health", "extra"},
+                                             {"GET", "/health", "--body"},
+                                             {"GET", "/health", "--bogus"},
+                                             {"POST", "/api/texts", "--body", "/no/such/file"}}) {
     auto r = run(args);
     EXPECT_EQ(r.code, 2);
     EXPECT_EQ(r.out, "");

@@ -13,7 +13,7 @@ using backend::LocalLibrary;
 using rendering::CoreJS;
 
 class RealCore : public ::testing::Test {
-protected:
+ protected:
   std::shared_ptr<CoreJS> core = std::make_shared<CoreJS>(fs::path(VELLS_SOURCE_RESOURCES));
   TempDir dir;
 };
@@ -63,8 +63,7 @@ TEST_F(RealCore, UpgradeSeedsTheCatalogueAndScreenTextsAnswer) {
   JSONValue pages = bodyJSON(call(b, "GET", "/api/pages"));
   const auto catalogue = b.catalog().pages();
   ASSERT_EQ(pages.find("pages")->asArray()->size(), catalogue.size());
-  EXPECT_EQ(*pages.find("pages")->asArray()->at(0).stringAt("id"),
-            *catalogue.at(0).stringAt("id"));
+  EXPECT_EQ(*pages.find("pages")->asArray()->at(0).stringAt("id"), *catalogue.at(0).stringAt("id"));
 
   JSONValue texts = bodyJSON(call(b, "GET", "/api/screen-texts?page=home&locale=de"));
   EXPECT_FALSE(texts.find("entries")->asArray()->empty());

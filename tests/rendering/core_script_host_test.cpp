@@ -15,7 +15,7 @@ using rendering::Documents;
 // A resource folder with a hand-written script, so each host rule is tested
 // against a script that exercises exactly it.
 class Host : public ::testing::Test {
-protected:
+ protected:
   void script(const std::string& body) { writeFile(dir.path() / "core.js", body); }
   TempDir dir;
 };
@@ -111,8 +111,8 @@ TEST_F(Host, FailedLoadIsKeptWithoutTouchingTheFileAgain) {
 }
 
 TEST_F(Host, MissingScriptOrFolder) {
-  for (std::optional<fs::path> root : {std::optional<fs::path>(dir.path()),
-                                       std::optional<fs::path>()}) {
+  for (std::optional<fs::path> root :
+       {std::optional<fs::path>(dir.path()), std::optional<fs::path>()}) {
     CoreJS core(root);
     try {
       core.string("x", {});
@@ -170,8 +170,10 @@ TEST_F(Host, DocumentsCrossTheBorderOncePerContent) {
   CoreJS core(dir.path());
   const Documents docs(R"({"home":{"en":{"title":"Hi"}}})", "");
   auto v = core.callWithDocs("plan", docs, JSONValue::Object{{"page", "home"}, {"styles", 1}});
-  EXPECT_EQ(*v, JSONValue::parse(R"({"page":"home","styles":1,"texts":{"home":{"en":{"title":"Hi"}}}})"));
-  for (int i = 0; i < 5; ++i) core.callWithDocs("plan", docs, JSONValue::Object{});
+  EXPECT_EQ(
+      *v, JSONValue::parse(R"({"page":"home","styles":1,"texts":{"home":{"en":{"title":"Hi"}}}})"));
+  for (int i = 0; i < 5; ++i)
+    core.callWithDocs("plan", docs, JSONValue::Object{});
   EXPECT_EQ(*core.callJSON("remembered", {}), JSONValue(1));
   core.callJSON("forget", {});
   EXPECT_EQ(*core.callWithDocs("plan", docs, JSONValue::Object{})->find("styles"),
@@ -208,7 +210,8 @@ TEST_F(Host, ManyThreadsShareOneContext) {
       }
     });
   }
-  for (auto& th : threads) th.join();
+  for (auto& th : threads)
+    th.join();
   EXPECT_EQ(ok.load(), 300);
 }
 

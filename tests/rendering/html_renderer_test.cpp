@@ -14,7 +14,7 @@ namespace {
 
 // A slot that renders nothing: the pool's rules need no browser.
 class InertSlot : public RenderSlot {
-public:
+ public:
   explicit InertSlot(int id) : id(id) {}
   void load(const std::string&, CSSSize) override {}
   std::optional<Rect> rect(const std::string&) override { return std::nullopt; }
@@ -24,7 +24,9 @@ public:
   int id;
 };
 
-int idOf(HTMLRenderer::Lease& lease) { return dynamic_cast<InertSlot&>(*lease).id; }
+int idOf(HTMLRenderer::Lease& lease) {
+  return dynamic_cast<InertSlot&>(*lease).id;
+}
 
 TEST(RenderPool, SlotCountFollowsTheProcessors) {
   EXPECT_EQ(HTMLRenderer::defaultMaxSlots(1), 2);
@@ -64,7 +66,8 @@ TEST(RenderPool, ForegroundWaitersGoFirst) {
     });
   };
   auto waitUntilWaiting = [&](int n) {
-    while (pool.waitingCount() < n) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    while (pool.waitingCount() < n)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
   };
   std::thread bg1 = waitFor(true, "background 1");
   waitUntilWaiting(1);
@@ -73,7 +76,8 @@ TEST(RenderPool, ForegroundWaitersGoFirst) {
   std::thread fg = waitFor(false, "foreground");
   waitUntilWaiting(3);
   held.reset();
-  for (auto* t : {&bg1, &bg2, &fg}) t->join();
+  for (auto* t : {&bg1, &bg2, &fg})
+    t->join();
   EXPECT_EQ(order, (std::vector<std::string>{"foreground", "background 1", "background 2"}));
   EXPECT_EQ(pool.slotCount(), 1);
 }
@@ -96,7 +100,7 @@ Pixels decodePNG(const std::string& png) {
 }
 
 class Browser : public ::testing::Test {
-protected:
+ protected:
   static void SetUpTestSuite() { renderer = std::make_unique<HTMLRenderer>(2); }
   static void TearDownTestSuite() { renderer.reset(); }
   static std::unique_ptr<HTMLRenderer> renderer;
@@ -121,7 +125,7 @@ TEST_F(Browser, TransparentAndOpaqueCaptures) {
   EXPECT_EQ(clear.mat.cols, 300);
   EXPECT_EQ(clear.mat.rows, 600);
   EXPECT_EQ(clear.at(150, 150), (cv::Vec4b{0, 0, 255, 255}));  // red, as BGRA
-  EXPECT_EQ(clear.at(5, 590)[3], 0);                            // empty page: transparent
+  EXPECT_EQ(clear.at(5, 590)[3], 0);                           // empty page: transparent
 
   Pixels solid = decodePNG(slot->capturePNG(*device, 1241.6, true));
   EXPECT_EQ(solid.channels(), 3);
@@ -178,8 +182,9 @@ TEST_F(Browser, PhoneAndHero) {
 
 TEST_F(Browser, BrokenImagesFontsAndScripts) {
   auto slot = renderer->acquire(false);
-  slot->load(R"(<img src="data:image/png;base64,AAAA"><div id="device" style="width:10px;height:10px"></div>)",
-             {100, 100});
+  slot->load(
+      R"(<img src="data:image/png;base64,AAAA"><div id="device" style="width:10px;height:10px"></div>)",
+      {100, 100});
   EXPECT_TRUE(slot->rect("\"#device\""));
   EXPECT_EQ(slot->run("return innerWidth + 'x' + innerHeight;"), JSONValue("100x100"));
   EXPECT_EQ(slot->run("return {a: [1, true, null]};"), JSONValue::parse(R"({"a":[1,true,null]})"));

@@ -31,7 +31,8 @@ namespace {
 namespace fs = std::filesystem;
 
 const fs::path kResources = fs::path(VELLS_SOURCE_RESOURCES);
-const std::vector<std::string> kPages = {"home", "habits", "detail", "insights", "focus", "settings"};
+const std::vector<std::string> kPages = {"home",     "habits", "detail",
+                                         "insights", "focus",  "settings"};
 const std::vector<std::string> kOses = {"ios", "android"};
 const std::vector<std::string> kThemes = {"dark", "light"};
 const std::vector<std::string> kLocales = {"en", "de", "ja", "ar"};
@@ -66,12 +67,10 @@ std::optional<std::string> pageHtml(const std::string& page, const std::string& 
                                     const std::string& theme, const std::string& locale,
                                     const std::string& texts = "{}",
                                     const std::string& function = "pageHtml") {
-  return core().stringWithDocs(function, Documents(texts, "{}"),
-                               JSONValue::Object{{"page", page},
-                                                 {"builtin", page},
-                                                 {"os", os},
-                                                 {"theme", theme},
-                                                 {"locale", locale}});
+  return core().stringWithDocs(
+      function, Documents(texts, "{}"),
+      JSONValue::Object{
+          {"page", page}, {"builtin", page}, {"os", os}, {"theme", theme}, {"locale", locale}});
 }
 
 struct StoreArgs {
@@ -164,7 +163,7 @@ std::string titleTexts(const std::string& page, const std::string& locale,
 }
 
 class PageDesigns : public ::testing::Test {
-protected:
+ protected:
   static void SetUpTestSuite() { renderer = std::make_unique<HTMLRenderer>(2); }
   static void TearDownTestSuite() { renderer.reset(); }
   static std::unique_ptr<HTMLRenderer> renderer;
@@ -200,12 +199,23 @@ std::string escapeHtml(const std::string& text) {
   std::string out;
   for (char c : text) {
     switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      case '\'': out += "&#39;"; break;
-      default: out += c;
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      case '\'':
+        out += "&#39;";
+        break;
+      default:
+        out += c;
     }
   }
   return out;
@@ -227,7 +237,7 @@ TEST(ScreenMarkup, EveryScreenWordIsDrawnAndOverridable) {
         }
         // A key whose words stand only once on the page.
         static const std::map<std::string, std::string> uniqueKey = {
-            {"home", "greeting"}, {"habits", "summary"}, {"detail", "notes.body"},
+            {"home", "greeting"}, {"habits", "summary"},   {"detail", "notes.body"},
             {"insights", "tip"},  {"focus", "break.next"}, {"settings", "pro.body"}};
         const std::string key = uniqueKey.at(page);
         std::string original;
@@ -334,8 +344,9 @@ TEST_F(PageDesigns, PhonePicturesHaveRoundCornersAndContent) {
                                    cv::Point(img.cols - 1 - inset, img.rows - 1 - inset)}) {
       EXPECT_EQ(img.at<cv::Vec4b>(corner)[3], 0) << page << " corner " << corner;
     }
-    for (const cv::Point edge : {cv::Point(img.cols / 2, 1), cv::Point(1, img.rows / 2),
-                                 cv::Point(img.cols - 2, img.rows / 2), cv::Point(img.cols / 2, img.rows - 2)}) {
+    for (const cv::Point edge :
+         {cv::Point(img.cols / 2, 1), cv::Point(1, img.rows / 2),
+          cv::Point(img.cols - 2, img.rows / 2), cv::Point(img.cols / 2, img.rows - 2)}) {
       EXPECT_EQ(img.at<cv::Vec4b>(edge)[3], 255) << page << " edge " << edge;
     }
     cv::Mat bgr;
@@ -396,9 +407,10 @@ TEST_F(PageDesigns, ScreensDrawEveryScript) {
   struct Case {
     std::string locale, words;
   };
-  const std::vector<Case> cases = {{"ja", "\xE3\x81\x93\xE3\x82\x93\xE3\x81\xB0\xE3\x82\x93\xE3\x81\xAF"},
-                                   {"ar", "\xD9\x85\xD8\xB1\xD8\xAD\xD8\xA8\xD8\xA7"},
-                                   {"en", "\xF0\x9F\x8C\xB1\xF0\x9F\x8F\x83"}};
+  const std::vector<Case> cases = {
+      {"ja", "\xE3\x81\x93\xE3\x82\x93\xE3\x81\xB0\xE3\x82\x93\xE3\x81\xAF"},
+      {"ar", "\xD9\x85\xD8\xB1\xD8\xAD\xD8\xA8\xD8\xA7"},
+      {"en", "\xF0\x9F\x8C\xB1\xF0\x9F\x8F\x83"}};
   for (const auto& c : cases) {
     auto draw = [&](const std::string& greeting) {
       JSONValue texts = JSONValue::Object{};
@@ -478,17 +490,17 @@ TEST_F(PageDesigns, StoreLayoutFollowsThePreviewArithmetic) {
     bool bottom;
     double titleWidth;
   };
-  const std::vector<Case> cases = {{"ios", 1, 0, 0, false, 0},        {"android", 1, 0, 0, false, 0},
-                                   {"ios", 0.8, 12, -30, false, 420}, {"android", 1.17, -9, 40, true, 0},
+  const std::vector<Case> cases = {{"ios", 1, 0, 0, false, 0},
+                                   {"android", 1, 0, 0, false, 0},
+                                   {"ios", 0.8, 12, -30, false, 420},
+                                   {"android", 1.17, -9, 40, true, 0},
                                    {"ios", 0.93, 0, 0, true, 300}};
   auto slot = renderer->acquire(false);
   for (const auto& c : cases) {
-    JSONValue style = JSONValue::Object{{"phoneScale", c.scale},
-                                        {"phoneOffsetX", c.offsetX},
-                                        {"phoneOffsetY", c.offsetY},
-                                        {"textPos", c.bottom ? "bottom" : "top"},
-                                        {"titleWidth", c.titleWidth},
-                                        {"titleSize", 64}};
+    JSONValue style =
+        JSONValue::Object{{"phoneScale", c.scale},      {"phoneOffsetX", c.offsetX},
+                          {"phoneOffsetY", c.offsetY},  {"textPos", c.bottom ? "bottom" : "top"},
+                          {"titleWidth", c.titleWidth}, {"titleSize", 64}};
     StoreArgs a;
     a.os = c.os;
     a.styles = JSONValue(JSONValue::Object{{"home", style}}).dump();
@@ -558,9 +570,27 @@ TEST_F(PageDesigns, LayersStackAroundThePhone) {
   cv::Mat dot(60, 60, CV_8UC4, cv::Scalar(40, 200, 40, 255));
   const std::string uri = "data:image/png;base64," + platform::base64Encode(encodePNG(dot));
   JSONValue layers = JSONValue::Array{
-      JSONValue::Object{{"id", "behind"}, {"kind", "image"}, {"asset", "dot.png"}, {"x", 200}, {"y", 640}, {"w", 120}, {"z", "back"}},
-      JSONValue::Object{{"id", "badge"}, {"kind", "image"}, {"asset", "dot.png"}, {"x", 420}, {"y", 820}, {"w", 120}, {"sticker", true}},
-      JSONValue::Object{{"id", "note"}, {"kind", "text"}, {"text", "New in *2.4*"}, {"x", 310}, {"y", 900}, {"w", 300}, {"size", 40}},
+      JSONValue::Object{{"id", "behind"},
+                        {"kind", "image"},
+                        {"asset", "dot.png"},
+                        {"x", 200},
+                        {"y", 640},
+                        {"w", 120},
+                        {"z", "back"}},
+      JSONValue::Object{{"id", "badge"},
+                        {"kind", "image"},
+                        {"asset", "dot.png"},
+                        {"x", 420},
+                        {"y", 820},
+                        {"w", 120},
+                        {"sticker", true}},
+      JSONValue::Object{{"id", "note"},
+                        {"kind", "text"},
+                        {"text", "New in *2.4*"},
+                        {"x", 310},
+                        {"y", 900},
+                        {"w", 300},
+                        {"size", 40}},
       JSONValue::Object{{"id", "ghost"}, {"kind", "image"}, {"x", 100}, {"y", 100}, {"w", 50}}};
   StoreArgs a;
   a.styles = JSONValue(JSONValue::Object{{"home", JSONValue::Object{{"layers", layers}}}}).dump();
@@ -575,7 +605,8 @@ TEST_F(PageDesigns, LayersStackAroundThePhone) {
             accent: note.querySelector('span') ? getComputedStyle(note.querySelector('span')).color : ''};
   )");
   std::vector<std::string> ids;
-  for (const auto& id : *r.find("ids")->asArray()) ids.push_back(*id.asString());
+  for (const auto& id : *r.find("ids")->asArray())
+    ids.push_back(*id.asString());
   EXPECT_EQ(ids, (std::vector<std::string>{"behind:IMG", "badge:IMG", "note:DIV"}));
   auto order = [](const JSONValue& stack) {
     std::vector<std::string> out;
@@ -601,9 +632,12 @@ TEST_F(PageDesigns, StoreTitlesInEveryScript) {
     std::string locale, title, tofu, face;
   };
   const std::vector<Case> cases = {
-      {"ar", "\xD8\xA7\xD8\xA8\xD9\x86\xD9\x90 \xD8\xB9\xD8\xA7\xD8\xAF\xD8\xA7\xD8\xAA *\xD8\xAA\xD8\xAF\xD9\x88\xD9\x85*",
+      {"ar",
+       "\xD8\xA7\xD8\xA8\xD9\x86\xD9\x90 \xD8\xB9\xD8\xA7\xD8\xAF\xD8\xA7\xD8\xAA "
+       "*\xD8\xAA\xD8\xAF\xD9\x88\xD9\x85*",
        "\xEE\x80\x80\xEE\x80\x81 \xEE\x80\x82\xEE\x80\x83 *\xEE\x80\x84*", "Estedad"},
-      {"ja", "\xE7\xB6\x9A\xE3\x81\x8F\xE7\xBF\x92\xE6\x85\xA3\xE3\x82\x92\n*\xE6\xAF\x8E\xE6\x97\xA5*",
+      {"ja",
+       "\xE7\xB6\x9A\xE3\x81\x8F\xE7\xBF\x92\xE6\x85\xA3\xE3\x82\x92\n*\xE6\xAF\x8E\xE6\x97\xA5*",
        "\xEE\x80\x80\xEE\x80\x81\xEE\x80\x82\n*\xEE\x80\x83*", "Nunito"},
       {"en", "Grow \xF0\x9F\x8C\xB1 *daily*", "Grow \xEE\x80\x80 *daily*", "Nunito"}};
   auto slot = renderer->acquire(false);
@@ -625,8 +659,8 @@ TEST_F(PageDesigns, StoreTitlesInEveryScript) {
     first.erase(std::remove(first.begin(), first.end(), '"'), first.end());
     EXPECT_EQ(first, c.face) << *m.stringAt("family");
     if (c.locale == "ar") {
-      const JSONValue loaded =
-          slot->run("return document.fonts.check('900 60px Estedad', '\xD8\xAA\xD8\xAF\xD9\x88\xD9\x85');");
+      const JSONValue loaded = slot->run(
+          "return document.fonts.check('900 60px Estedad', '\xD8\xAA\xD8\xAF\xD9\x88\xD9\x85');");
       EXPECT_TRUE(loaded.asBool() && *loaded.asBool());
     }
     const cv::Mat boxes = draw(c.tofu, nullptr);
@@ -662,7 +696,8 @@ TEST_F(PageDesigns, DecorationKeepsOffTheTitle) {
         const JSONValue r = slot->run(probe);
         EXPECT_GE(r.numberAt("count"), 3.0) << page;
         EXPECT_GE(r.numberAt("behind"), 3.0) << page;
-        for (const auto& hit : *r.find("hits")->asArray()) ADD_FAILURE() << page << " " << pos << ": " << *hit.asString();
+        for (const auto& hit : *r.find("hits")->asArray())
+          ADD_FAILURE() << page << " " << pos << ": " << *hit.asString();
         EXPECT_NE(r.stringAt("shadow")->find("rgba(0, 0, 0, 0.38)"), std::string::npos);
       }
     }
@@ -673,11 +708,15 @@ TEST_F(PageDesigns, DecorationKeepsOffTheTitle) {
     const JSONValue r = slot->run(probe);
     EXPECT_EQ(r.numberAt("count"), 0.0);
     EXPECT_EQ(r.numberAt("behind"), 0.0);
-    EXPECT_EQ(r.stringAt("shadow")->find("rgba(0, 0, 0"), std::string::npos) << *r.stringAt("shadow");
+    EXPECT_EQ(r.stringAt("shadow")->find("rgba(0, 0, 0"), std::string::npos)
+        << *r.stringAt("shadow");
   }
-  const auto noDecor = core().callJSON(
-      "decor", JSONValue::Object{{"page", "home"}, {"os", "ios"}, {"theme", "dark"},
-                                 {"style", JSONValue::Object{{"decor", "none"}}}, {"hero", nullptr}});
+  const auto noDecor =
+      core().callJSON("decor", JSONValue::Object{{"page", "home"},
+                                                 {"os", "ios"},
+                                                 {"theme", "dark"},
+                                                 {"style", JSONValue::Object{{"decor", "none"}}},
+                                                 {"hero", nullptr}});
   EXPECT_EQ(noDecor->stringAt("behind"), "");
   EXPECT_EQ(noDecor->stringAt("front"), "");
 }
@@ -694,10 +733,14 @@ TEST_F(PageDesigns, HeroCalloutOverThePhone) {
     ASSERT_TRUE(c.hero);
     const Rect r = c.heroRect->rect;
     const cv::Mat heroImg = decode(*c.hero);
-    JSONValue hero = JSONValue::Object{
-        {"rect", JSONValue::Object{{"x", r.x}, {"y", r.y}, {"width", r.width}, {"height", r.height}, {"plate", c.heroRect->plate}}},
-        {"image", picture(*c.hero)},
-        {"aspect", static_cast<double>(heroImg.cols) / heroImg.rows}};
+    JSONValue hero =
+        JSONValue::Object{{"rect", JSONValue::Object{{"x", r.x},
+                                                     {"y", r.y},
+                                                     {"width", r.width},
+                                                     {"height", r.height},
+                                                     {"plate", c.heroRect->plate}}},
+                          {"image", picture(*c.hero)},
+                          {"aspect", static_cast<double>(heroImg.cols) / heroImg.rows}};
     for (const std::string decorValue : {"playful", "none"}) {
       StoreArgs a;
       a.os = os;
@@ -710,7 +753,8 @@ TEST_F(PageDesigns, HeroCalloutOverThePhone) {
       const JSONValue m = slot->run(R"(
         const phone = document.querySelector('[data-vell-phone]').getBoundingClientRect();
         const imgs = [...document.querySelectorAll('img')].filter(i => i.src.length > 100 && i.naturalWidth > 0);
-        const hero = imgs.find(i => i.naturalWidth === )" + std::to_string(heroImg.cols) + R"();
+        const hero = imgs.find(i => i.naturalWidth === )" +
+                                    std::to_string(heroImg.cols) + R"();
         const h = hero ? hero.getBoundingClientRect() : null;
         return {phone: [phone.x, phone.y, phone.width, phone.height], hero: h ? [h.x, h.y, h.width, h.height] : null,
                 inPhone: hero ? !!hero.closest('[data-vell-phone]') : null,
@@ -740,7 +784,8 @@ TEST_F(PageDesigns, HeroCalloutOverThePhone) {
 // tiles at the scaled tile size.
 TEST_F(PageDesigns, TiltAndPattern) {
   StoreArgs a;
-  a.styles = R"({"home":{"phoneRotateY":-14,"phoneRotateX":6,"phonePerspective":1500,"bgPattern":"hexagons","bgPatternScale":1.5,"bgPatternColor":"#ffffff"}})";
+  a.styles =
+      R"({"home":{"phoneRotateY":-14,"phoneRotateX":6,"phonePerspective":1500,"bgPattern":"hexagons","bgPatternScale":1.5,"bgPatternColor":"#ffffff"}})";
   a.texts = titleTexts("home", "en", "Build habits\nthat *stick*");
   auto slot = renderer->acquire(false);
   slot->load(compositeHtml(a), canvasSize("ios"));
@@ -774,8 +819,12 @@ TEST_F(PageDesigns, DISABLED_ContactSheet) {
   ASSERT_TRUE(target && *target) << "VELLS_CONTACT_SHEET names no file";
   const auto theme = [](const char* from, const char* via, const char* to, double angle,
                         const char* title, const char* accent, double stroke) {
-    return JSONValue(JSONValue::Object{{"gradFrom", from},   {"gradVia", via},       {"gradTo", to},
-                                       {"gradAngle", angle}, {"titleColor", title}, {"accentColor", accent},
+    return JSONValue(JSONValue::Object{{"gradFrom", from},
+                                       {"gradVia", via},
+                                       {"gradTo", to},
+                                       {"gradAngle", angle},
+                                       {"titleColor", title},
+                                       {"accentColor", accent},
                                        {"strokeOpacity", stroke}});
   };
   // The ten themes of the inspector's grid, in its order.
@@ -795,45 +844,85 @@ TEST_F(PageDesigns, DISABLED_ContactSheet) {
       {3, JSONValue::Object{{"bgPattern", "hexagons"}, {"bgPatternColor", "#000000"}}},
       {8, JSONValue::Object{{"phoneRotateY", -12}, {"phoneRotateX", 4}, {"phoneScale", 0.92}}},
       {13, JSONValue::Object{{"textPos", "bottom"}}},
-      {17, JSONValue::Object{{"bgPattern", "wiggle"}, {"bgPatternColor", "#ffffff"}, {"bgPatternOpacity", 0.1}}},
+      {17,
+       JSONValue::Object{
+           {"bgPattern", "wiggle"}, {"bgPatternColor", "#ffffff"}, {"bgPatternOpacity", 0.1}}},
       {22, JSONValue::Object{{"decor", "none"}, {"titleFont", "openrunde"}}}};
   std::vector<SheetPage> pages = {
-      {"home",
-       {{"en", "Build habits\nthat *stick*"},
-        {"de", "Gewohnheiten,\ndie *bleiben*"},
-        {"ja", "\xE7\xB6\x9A\xE3\x81\x8F\xE7\xBF\x92\xE6\x85\xA3\xE3\x82\x92\n*\xE6\xAF\x8E\xE6\x97\xA5*\xE3\x81\xA4\xE3\x81\x8F\xE3\x82\x8D\xE3\x81\x86"},
-        {"ar", "\xD8\xA7\xD8\xA8\xD9\x86\xD9\x90 \xD8\xB9\xD8\xA7\xD8\xAF\xD8\xA7\xD8\xAA\n*\xD8\xAA\xD8\xAF\xD9\x88\xD9\x85*"}},},
-      {"habits",
-       {{"en", "Every habit,\n*one glance*"},
-        {"de", "Jede Gewohnheit\n*im Blick*"},
-        {"ja", "\xE3\x81\x99\xE3\x81\xB9\xE3\x81\xA6\xE3\x81\xAE\xE7\xBF\x92\xE6\x85\xA3\xE3\x82\x92\n*\xE3\x81\xB2\xE3\x81\xA8\xE7\x9B\xAE\xE3\x81\xA7*"},
-        {"ar", "\xD9\x83\xD9\x84 \xD8\xB9\xD8\xA7\xD8\xAF\xD8\xA7\xD8\xAA\xD9\x83\n*\xD9\x81\xD9\x8A \xD9\x84\xD9\x85\xD8\xAD\xD8\xA9*"}},},
-      {"detail",
-       {{"en", "Streaks that\n*keep you going*"},
-        {"de", "Serien, die\n*motivieren*"},
-        {"ja", "\xE9\x80\xA3\xE7\xB6\x9A\xE8\xA8\x98\xE9\x8C\xB2\xE3\x81\xA7\n*\xE3\x82\x84\xE3\x82\x8B\xE6\xB0\x97*\xE3\x81\x8C\xE7\xB6\x9A\xE3\x81\x8F"},
-        {"ar", "\xD8\xB3\xD9\x84\xD8\xA7\xD8\xB3\xD9\x84 *\xD8\xAA\xD8\xAD\xD9\x81\xD9\x91\xD8\xB2\xD9\x83*\n\xD9\x83\xD9\x84 \xD9\x8A\xD9\x88\xD9\x85"}},},
-      {"insights",
-       {{"en", "See your\n*progress* grow"},
-        {"de", "Sieh deinen\n*Fortschritt*"},
-        {"ja", "*\xE6\x88\x90\xE9\x95\xB7*\xE3\x81\x8C\n\xE8\xA6\x8B\xE3\x81\x88\xE3\x82\x8B"},
-        {"ar", "\xD8\xB4\xD8\xA7\xD9\x87\xD8\xAF *\xD8\xAA\xD9\x82\xD8\xAF\xD9\x91\xD9\x85\xD9\x83*\n\xD9\x8A\xD9\x86\xD9\x85\xD9\x88"}},},
-      {"focus",
-       {{"en", "Focus *deeper*,\nstress less"},
-        {"de", "Tiefer\n*fokussieren*"},
-        {"ja", "*\xE6\xB7\xB1\xE3\x81\x8F*\n\xE9\x9B\x86\xE4\xB8\xAD\xE3\x81\x97\xE3\x82\x88\xE3\x81\x86"},
-        {"ar", "\xD8\xB1\xD9\x83\xD9\x91\xD8\xB2\n*\xD8\xA8\xD8\xB9\xD9\x85\xD9\x82* \xD8\xA3\xD9\x83\xD8\xAB\xD8\xB1"}},},
-      {"settings",
-       {{"en", "Reminders that\n*fit your day*"},
-        {"de", "Erinnerungen,\ndie *passen*"},
-        {"ja", "\xE3\x81\x82\xE3\x81\xAA\xE3\x81\x9F\xE3\x81\xAB*\xE5\x90\x88\xE3\x81\x86*\n\xE3\x83\xAA\xE3\x83\x9E\xE3\x82\xA4\xE3\x83\xB3\xE3\x83\x80\xE3\x83\xBC"},
-        {"ar", "\xD8\xAA\xD8\xB0\xD9\x83\xD9\x8A\xD8\xB1\xD8\xA7\xD8\xAA\n*\xD8\xAA\xD9\x86\xD8\xA7\xD8\xB3\xD8\xA8* \xD9\x8A\xD9\x88\xD9\x85\xD9\x83"}},},
+      {
+          "home",
+          {{"en", "Build habits\nthat *stick*"},
+           {"de", "Gewohnheiten,\ndie *bleiben*"},
+           {"ja",
+            "\xE7\xB6\x9A\xE3\x81\x8F\xE7\xBF\x92\xE6\x85\xA3\xE3\x82\x92\n*"
+            "\xE6\xAF\x8E\xE6\x97\xA5*\xE3\x81\xA4\xE3\x81\x8F\xE3\x82\x8D\xE3\x81\x86"},
+           {"ar",
+            "\xD8\xA7\xD8\xA8\xD9\x86\xD9\x90 "
+            "\xD8\xB9\xD8\xA7\xD8\xAF\xD8\xA7\xD8\xAA\n*\xD8\xAA\xD8\xAF\xD9\x88\xD9\x85*"}},
+      },
+      {
+          "habits",
+          {{"en", "Every habit,\n*one glance*"},
+           {"de", "Jede Gewohnheit\n*im Blick*"},
+           {"ja",
+            "\xE3\x81\x99\xE3\x81\xB9\xE3\x81\xA6\xE3\x81\xAE\xE7\xBF\x92\xE6\x85\xA3\xE3\x82\x92\n"
+            "*\xE3\x81\xB2\xE3\x81\xA8\xE7\x9B\xAE\xE3\x81\xA7*"},
+           {"ar",
+            "\xD9\x83\xD9\x84 \xD8\xB9\xD8\xA7\xD8\xAF\xD8\xA7\xD8\xAA\xD9\x83\n*\xD9\x81\xD9\x8A "
+            "\xD9\x84\xD9\x85\xD8\xAD\xD8\xA9*"}},
+      },
+      {
+          "detail",
+          {{"en", "Streaks that\n*keep you going*"},
+           {"de", "Serien, die\n*motivieren*"},
+           {"ja",
+            "\xE9\x80\xA3\xE7\xB6\x9A\xE8\xA8\x98\xE9\x8C\xB2\xE3\x81\xA7\n*"
+            "\xE3\x82\x84\xE3\x82\x8B\xE6\xB0\x97*\xE3\x81\x8C\xE7\xB6\x9A\xE3\x81\x8F"},
+           {"ar",
+            "\xD8\xB3\xD9\x84\xD8\xA7\xD8\xB3\xD9\x84 "
+            "*\xD8\xAA\xD8\xAD\xD9\x81\xD9\x91\xD8\xB2\xD9\x83*\n\xD9\x83\xD9\x84 "
+            "\xD9\x8A\xD9\x88\xD9\x85"}},
+      },
+      {
+          "insights",
+          {{"en", "See your\n*progress* grow"},
+           {"de", "Sieh deinen\n*Fortschritt*"},
+           {"ja", "*\xE6\x88\x90\xE9\x95\xB7*\xE3\x81\x8C\n\xE8\xA6\x8B\xE3\x81\x88\xE3\x82\x8B"},
+           {"ar",
+            "\xD8\xB4\xD8\xA7\xD9\x87\xD8\xAF "
+            "*\xD8\xAA\xD9\x82\xD8\xAF\xD9\x91\xD9\x85\xD9\x83*"
+            "\n\xD9\x8A\xD9\x86\xD9\x85\xD9\x88"}},
+      },
+      {
+          "focus",
+          {{"en", "Focus *deeper*,\nstress less"},
+           {"de", "Tiefer\n*fokussieren*"},
+           {"ja",
+            "*\xE6\xB7\xB1\xE3\x81\x8F*"
+            "\n\xE9\x9B\x86\xE4\xB8\xAD\xE3\x81\x97\xE3\x82\x88\xE3\x81\x86"},
+           {"ar",
+            "\xD8\xB1\xD9\x83\xD9\x91\xD8\xB2\n*\xD8\xA8\xD8\xB9\xD9\x85\xD9\x82* "
+            "\xD8\xA3\xD9\x83\xD8\xAB\xD8\xB1"}},
+      },
+      {
+          "settings",
+          {{"en", "Reminders that\n*fit your day*"},
+           {"de", "Erinnerungen,\ndie *passen*"},
+           {"ja",
+            "\xE3\x81\x82\xE3\x81\xAA\xE3\x81\x9F\xE3\x81\xAB*\xE5\x90\x88\xE3\x81\x86*"
+            "\n\xE3\x83\xAA\xE3\x83\x9E\xE3\x82\xA4\xE3\x83\xB3\xE3\x83\x80\xE3\x83\xBC"},
+           {"ar",
+            "\xD8\xAA\xD8\xB0\xD9\x83\xD9\x8A\xD8\xB1\xD8\xA7\xD8\xAA\n*"
+            "\xD8\xAA\xD9\x86\xD8\xA7\xD8\xB3\xD8\xA8* \xD9\x8A\xD9\x88\xD9\x85\xD9\x83"}},
+      },
   };
   struct Row {
     std::string os, theme, locale;
   };
-  const std::vector<Row> rows = {{"ios", "dark", "en"}, {"android", "light", "de"},
-                                 {"ios", "light", "ja"}, {"android", "dark", "ar"}};
+  const std::vector<Row> rows = {{"ios", "dark", "en"},
+                                 {"android", "light", "de"},
+                                 {"ios", "light", "ja"},
+                                 {"android", "dark", "ar"}};
   const auto& cat = *core().catalog();
   const std::pair<std::string, std::string> selectors{*cat.at("heroSelector").asString(),
                                                       *cat.at("heroHideSelector").asString()};
@@ -851,7 +940,8 @@ TEST_F(PageDesigns, DISABLED_ContactSheet) {
       const int cell = static_cast<int>(ri * pages.size() + pi);
       JSONValue style = themes[(cell + ri) % themes.size()];
       if (auto v = variations.find(cell); v != variations.end()) {
-        for (const auto& [key, value] : *v->second.asObject()) style[key] = value;
+        for (const auto& [key, value] : *v->second.asObject())
+          style[key] = value;
       }
       JSONValue styles = JSONValue::Object{};
       styles[p.page] = style;
@@ -868,18 +958,24 @@ TEST_F(PageDesigns, DISABLED_ContactSheet) {
       if (c.hero && c.heroRect) {
         const Rect r = c.heroRect->rect;
         const cv::Mat h = decode(*c.hero);
-        a.hero = JSONValue::Object{
-            {"rect", JSONValue::Object{{"x", r.x}, {"y", r.y}, {"width", r.width}, {"height", r.height}, {"plate", c.heroRect->plate}}},
-            {"image", picture(*c.hero)},
-            {"aspect", static_cast<double>(h.cols) / h.rows}};
+        a.hero = JSONValue::Object{{"rect", JSONValue::Object{{"x", r.x},
+                                                              {"y", r.y},
+                                                              {"width", r.width},
+                                                              {"height", r.height},
+                                                              {"plate", c.heroRect->plate}}},
+                                   {"image", picture(*c.hero)},
+                                   {"aspect", static_cast<double>(h.cols) / h.rows}};
       }
       auto slot = renderer->acquire(false);
       slot->load(compositeHtml(a), canvasSize(row.os));
       const cv::Mat full = capture(slot, row.os, 2);
-      keep("sheet-" + p.page + "-" + row.os + "-" + row.theme + "-" + row.locale + ".png", encodePNG(full));
+      keep("sheet-" + p.page + "-" + row.os + "-" + row.theme + "-" + row.locale + ".png",
+           encodePNG(full));
       cv::Mat thumb;
-      cv::resize(full, thumb, cv::Size(thumbW, static_cast<int>(std::lround(full.rows * thumbW / double(full.cols)))), 0, 0,
-                 cv::INTER_AREA);
+      cv::resize(
+          full, thumb,
+          cv::Size(thumbW, static_cast<int>(std::lround(full.rows * thumbW / double(full.cols)))),
+          0, 0, cv::INTER_AREA);
       const int y0 = gap + ri * (thumbH + gap);
       const int x0 = gap + pi * (thumbW + gap);
       const int h = std::min(thumb.rows, thumbH);

@@ -95,8 +95,10 @@ JSValueRef callHost(JSContextRef ctx, JSObjectRef function, JSObjectRef, size_t 
   try {
     HostValue result = callable->function(args);
     switch (result.kind) {
-      case HostValue::Kind::null: return JSValueMakeNull(ctx);
-      case HostValue::Kind::boolean: return JSValueMakeBoolean(ctx, result.boolean);
+      case HostValue::Kind::null:
+        return JSValueMakeNull(ctx);
+      case HostValue::Kind::boolean:
+        return JSValueMakeBoolean(ctx, result.boolean);
       case HostValue::Kind::string: {
         StringRef s(result.string);
         return JSValueMakeString(ctx, s.ref);
@@ -187,7 +189,8 @@ std::optional<std::string> JSContext::callMethod(const std::string& objectName,
     JSContextRef ctx;
     std::vector<JSValueRef>& values;
     ~Protected() {
-      for (JSValueRef v : values) JSValueUnprotect(ctx, v);
+      for (JSValueRef v : values)
+        JSValueUnprotect(ctx, v);
     }
   } guard{ctx, argv};
   for (const std::string& a : args) {

@@ -12,7 +12,7 @@ namespace vells::platform {
 
 // A script exception, with the script's own text ("TypeError: …").
 class ScriptException : public std::runtime_error {
-public:
+ public:
   using std::runtime_error::runtime_error;
 };
 
@@ -35,7 +35,7 @@ using HostFunction = std::function<HostValue(const std::vector<std::string>& arg
 // One isolated JavaScriptCore global context. Not thread-safe by itself: the
 // owner serialises every entry.
 class JSContext {
-public:
+ public:
   JSContext();
   ~JSContext();
   JSContext(const JSContext&) = delete;
@@ -55,7 +55,7 @@ public:
   std::optional<std::string> callMethod(const std::string& objectName, const std::string& method,
                                         const std::vector<std::string>& args);
 
-private:
+ private:
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };

@@ -66,15 +66,16 @@ fs::path DevToolsClient::defaultExecutable() {
 DevToolsClient::DevToolsClient(const fs::path& executable) {
   std::error_code ec;
   if (!fs::exists(executable, ec)) {
-    throw DevToolsError(DevToolsError::Kind::closed,
-                        "The browser " + executable.string() +
-                            " is not installed; run scripts/install-deps.sh or set VELLS_CHROMIUM.");
+    throw DevToolsError(
+        DevToolsError::Kind::closed,
+        "The browser " + executable.string() +
+            " is not installed; run scripts/install-deps.sh or set VELLS_CHROMIUM.");
   }
   std::string profileTemplate = (fs::temp_directory_path() / "vellora-chromium-XXXXXX").string();
   if (!::mkdtemp(profileTemplate.data())) {
-    throw DevToolsError(DevToolsError::Kind::closed,
-                        std::string("Couldn\u2019t make a browser profile folder: ") +
-                            std::strerror(errno));
+    throw DevToolsError(
+        DevToolsError::Kind::closed,
+        std::string("Couldn\u2019t make a browser profile folder: ") + std::strerror(errno));
   }
   profile_ = profileTemplate;
   const fs::path log = profile_ / "browser.log";
@@ -104,7 +105,8 @@ DevToolsClient::DevToolsClient(const fs::path& executable) {
   if (::geteuid() == 0) args.emplace_back("--no-sandbox");
   args.emplace_back("about:blank");
   std::vector<char*> argv;
-  for (auto& a : args) argv.push_back(a.data());
+  for (auto& a : args)
+    argv.push_back(a.data());
   argv.push_back(nullptr);
   const pid_t parent = ::getpid();
 
@@ -145,12 +147,14 @@ DevToolsClient::DevToolsClient(const fs::path& executable) {
     std::string reason = logTail(log);
     shutdown();
     throw DevToolsError(DevToolsError::Kind::closed,
-                        "The browser " + executable.string() + " didn\u2019t start: " +
-                            (reason.empty() ? e.what() : reason));
+                        "The browser " + executable.string() +
+                            " didn\u2019t start: " + (reason.empty() ? e.what() : reason));
   }
 }
 
-DevToolsClient::~DevToolsClient() { shutdown(); }
+DevToolsClient::~DevToolsClient() {
+  shutdown();
+}
 
 void DevToolsClient::shutdown() {
   if (pid_ <= 0) return;
@@ -204,8 +208,8 @@ JSONValue DevToolsClient::call(const std::string& method, const JSONValue& param
     id = nextId_++;
     pending_[id] = pending;
   }
-  JSONValue message = JSONValue::Object{{"id", static_cast<double>(id)}, {"method", method},
-                                        {"params", params}};
+  JSONValue message =
+      JSONValue::Object{{"id", static_cast<double>(id)}, {"method", method}, {"params", params}};
   if (!sessionId.empty()) message["sessionId"] = sessionId;
   std::string text = message.dump();
   text.push_back('\0');

@@ -8,9 +8,9 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <optional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -22,13 +22,12 @@ namespace vells::platform {
 // A failed DevTools call: the browser's own error, a time-out, or a browser
 // that went away. The message is the sentence to show.
 class DevToolsError : public std::runtime_error {
-public:
+ public:
   enum class Kind { protocol, timeout, closed, crashed };
-  DevToolsError(Kind kind, const std::string& message)
-      : std::runtime_error(message), kind_(kind) {}
+  DevToolsError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
   Kind kind() const { return kind_; }
 
-private:
+ private:
   Kind kind_;
 };
 
@@ -36,7 +35,7 @@ private:
 // NUL-delimited JSON). No socket is opened. One reader thread matches replies
 // to calls and hands events to the subscribers of their session.
 class DevToolsClient {
-public:
+ public:
   using Event = std::function<void(const std::string& method, const JSONValue& params)>;
   using Clock = std::chrono::steady_clock;
 
@@ -69,7 +68,7 @@ public:
   bool alive() const;
   pid_t pid() const { return pid_; }
 
-private:
+ private:
   struct Pending {
     std::string sessionId;
     bool done = false;
