@@ -173,45 +173,6 @@ TEST_F(ImageRoutes, ScreenDeleteTargetsOneFolderAndEveryExtension) {
   EXPECT_EQ(namesIn(screens), (std::vector<std::string>{"dark"}));
 }
 
-TEST_F(ImageRoutes, ScreensListing) {
-  const std::string set =
-      *bodyJSON(send("POST", "/api/sets", R"({"name":"Launch"})")).stringAt("id");
-  ASSERT_EQ(send("POST", "/api/pages?set=" + set,
-                 R"({"pages":[{"id":"shot","source":"upload"},{"id":"shot-2","source":"html"}]})")
-                .status,
-            200);
-  const fs::path screens = lib().screens();
-  for (const std::string name :
-       {"-shot-ios.png", "-shot-android-de.PNG", "-shot-2-ios-pt-BR.webp", "-shot-ios-.jpeg",
-        "-shot-windows.png", "-gone-ios.png", "-shot-ios.txt", "-shot-ios"}) {
-    writeFile(screens / (set + name), "x");
-  }
-  writeFile(screens / "light" / (set + "-shot-ios.jpg"), "x");
-  writeFile(screens / "dark" / (set + "-shot-2-android.png"), "x");
-  writeFile(screens / "other-shot-ios.png", "x");
-
-  const JSONValue answer = bodyJSON(send("GET", "/api/screens?set=" + set));
-  std::multiset<std::string> got;
-  for (const JSONValue& e : *answer.find("screens")->asArray())
-    got.insert(e.dump());
-  auto entry = [](const char* page, const char* os, JSONValue locale, JSONValue appearance) {
-    JSONValue::Object o{{"page", page}, {"os", os}};
-    o["locale"] = std::move(locale);
-    o["appearance"] = std::move(appearance);
-    return JSONValue(std::move(o)).dump();
-  };
-  EXPECT_EQ(got, (std::multiset<std::string>{
-                     entry("shot", "ios", nullptr, nullptr),
-                     entry("shot", "android", "de", nullptr),
-                     entry("shot-2", "ios", "pt-BR", nullptr),
-                     entry("shot", "ios", "", nullptr),
-                     entry("shot", "ios", nullptr, "light"),
-                     entry("shot-2", "android", nullptr, "dark"),
-                 }));
-
-  EXPECT_EQ(send("GET", "/api/screens?set=unknown").body, R"({"screens":[]})");
-}
-
 TEST_F(ImageRoutes, BackgroundsWithTheDefaultSetsOlderNames) {
   const fs::path folder = lib().backgrounds();
   writeFile(folder / "home-ios.png", "legacy");
@@ -246,25 +207,6 @@ TEST_F(ImageRoutes, BackgroundsWithTheDefaultSetsOlderNames) {
   send("DELETE", "/api/background?os=ios");
   EXPECT_TRUE(namesIn(folder).empty());
   EXPECT_EQ(send("DELETE", "/api/background?os=ios").body, R"({"ok":true})");
-}
-
-TEST_F(ImageRoutes, OverlaysShareTheRulesInTheirOwnFolder) {
-  // page "home" and os "android" by default.
-  EXPECT_EQ(send("POST", "/api/overlay?set=s1", "\x89PNG", "image/png").status, 200);
-  EXPECT_EQ(
-      namesIn(lib().overlays()),
-      (std::vector<std::string>{"app-icons", "layers", "s1-home-android.png", "sticker-packs"}));
-  EXPECT_TRUE(namesIn(lib().backgrounds()).empty());
-  EXPECT_TRUE(exists("/api/has-overlay?set=s1&page=home&os=android"));
-  EXPECT_FALSE(exists("/api/has-background?set=s1"));
-  Response r = send("GET", "/api/overlay?set=s1");
-  EXPECT_EQ(r.body, "\x89PNG");
-  EXPECT_EQ(r.headers.at("Cache-Control"), "no-store");
-  writeFile(lib().overlays() / "stats-ios.jpeg", "legacy overlay");
-  EXPECT_EQ(send("GET", "/api/overlay?page=stats&os=ios").body, "legacy overlay");
-  send("DELETE", "/api/overlay?page=stats&os=ios");
-  EXPECT_FALSE(fs::exists(lib().overlays() / "stats-ios.jpeg"));
-  EXPECT_EQ(send("PUT", "/api/overlay?set=s1").status, 404);
 }
 
 TEST_F(ImageRoutes, LayerAssetsAreNamedByContent) {

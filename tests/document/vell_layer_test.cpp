@@ -128,30 +128,6 @@ TEST(VellLayerTest, CoordinatesAreWrittenWhole) {
   EXPECT_EQ(l.x, 10.4);
 }
 
-TEST(VellLayerTest, DefaultsAreLeftOutAndSetValuesWritten) {
-  VellLayer l = *layer(R"({"id":"t1","kind":"text","x":100,"y":200,"w":300})");
-  l.name = "";
-  EXPECT_EQ(l.json().find("name"), nullptr);
-
-  l.text = "Hello";
-  l.name = "Headline";
-  l.front = false;
-  l.sticker = true;
-  l.flip = true;
-  l.color = "#ff0000";
-  l.font = "nunito";
-  l.weight = 800;
-  l.letterSpacing = -0.02;
-  l.lineHeight = 1.1;
-  l.align = "left";
-  l.asset = "abc.png";
-  JSONValue out = l.json();
-  EXPECT_EQ(out, parsed(R"({"id":"t1","kind":"text","x":100,"y":200,"w":300,"text":"Hello",
-      "name":"Headline","z":"back","sticker":true,"flip":true,"color":"#ff0000","font":"nunito",
-      "weight":800,"letterSpacing":-0.02,"lineHeight":1.1,"align":"left","asset":"abc.png"})"));
-  EXPECT_EQ(VellLayer::fromJSON(out), l);
-}
-
 TEST(VellLayerTest, ListsDropWhatDoesntReadAndKeepOrder) {
   auto layers = VellLayer::list(parsed(R"([
     {"id":"a","kind":"text","x":1,"y":2,"w":3},

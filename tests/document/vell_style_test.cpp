@@ -156,15 +156,6 @@ TEST(VellStyleTest, RoundTripKeepsEverythingIncludingUnknownKeys) {
   EXPECT_EQ(VellStyle::decode(after), s);
 }
 
-TEST(VellStyleTest, SubscriptReadsTheFieldsKind) {
-  VellStyle s = style(R"({"titleSize":70,"titleAlign":"left","layers":{"odd":true}})");
-  EXPECT_EQ(s[StyleField::titleSize], JSONValue(70));
-  EXPECT_EQ(s[StyleField::titleAlign], JSONValue("left"));
-  // layers is stored as it is, even when it isn't an array.
-  EXPECT_EQ(s[StyleField::layers], parsed(R"({"odd":true})"));
-  EXPECT_FALSE(s[StyleField::subtitleSize]);
-}
-
 TEST(VellStyleTest, SubscriptWriteFollowsTheFieldsKind) {
   VellStyle s;
   s.set(StyleField::titleWeight, JSONValue(true));

@@ -258,43 +258,6 @@ TEST(CoreScriptStyles, ResolvesLikeTheNativeCodeForEveryShapeOfEntry) {
   }
 }
 
-TEST(CoreScriptStyles, EveryFieldResolvesPageThenLanguage) {
-  JSONValue::Object styles;
-  JSONValue::Object pageLevel, germanLevel;
-  for (StyleField field : allStyleFields()) {
-    pageLevel[std::string(rawValue(field))] = otherValue(field, 1);
-    germanLevel[std::string(rawValue(field))] = otherValue(field, 2);
-  }
-  styles["home"] = pageLevel;
-  styles["home@de"] = germanLevel;
-  // A language that sets one field inherits the rest from the page.
-  styles["home@fr"] = JSONValue::Object{{"titleSize", 44}, {"gradFrom", nullptr}};
-  const JSONValue document(styles);
-  const Documents docs("{}", document.dump());
-
-  for (const std::string locale : {"en", "de", "fr"}) {
-    const JSONValue got =
-        *plan(shippedCore(), docs, pageArgs("default", "home", "ios", "dark", locale))
-             .find("style");
-    EXPECT_EQ(got, nativeResolved(document, "home", locale)) << locale;
-    for (StyleField field : allStyleFields()) {
-      const std::string name(rawValue(field));
-      const JSONValue* value = got.find(name);
-      ASSERT_TRUE(value) << name;
-      if (locale == "de") {
-        EXPECT_EQ(*value, otherValue(field, 2)) << name;
-      } else if (locale == "fr" && name == "titleSize") {
-        EXPECT_EQ(*value, JSONValue(44)) << name;
-      } else {
-        EXPECT_EQ(*value, otherValue(field, 1)) << locale << " " << name;
-      }
-    }
-  }
-  // Another page shares nothing of it.
-  EXPECT_EQ(*plan(shippedCore(), docs, pageArgs("default", "habits")).find("style"),
-            JSONValue(ResolvedStyle{}.asJSON()));
-}
-
 // ---------------------------------------------------------------------------
 
 const char* kTexts = R"({
@@ -490,54 +453,6 @@ TEST(CoreScriptCompositeName, EverySingleInputChangesTheName) {
   EXPECT_EQ(names.size(), 1 + 2 * styleFieldCount + 2 + 4 + argChanges.size() + 2);
 }
 
-// Regenerate finds a set's files by "<set>-" and "-<os>-<theme>-".
-TEST(CoreScriptCompositeName, NamesCarryTheSetOsAndTheme) {
-  CoreJS& core = shippedCore();
-  const Documents docs(kTexts, kStyles);
-  for (const std::string set : {"default", "summer-1712"}) {
-    for (const std::string page : {"home", "settings", "weird/page id.png"}) {
-      for (const std::string os : {"ios", "android"}) {
-        for (const std::string theme : {"dark", "light"}) {
-          for (const std::string locale : {"en", "zh-Hans"}) {
-            const JSONValue args = pageArgs(set, page, os, theme, locale);
-            const JSONValue p = plan(core, docs, args);
-            std::vector<std::string> names = {compositeName(core, docs, compositeArgs(args)),
-                                              *p.stringAt("vell")};
-            for (const char* key : {"hero", "heroRect", "phone"}) {
-              names.push_back(*p.find("captures")->stringAt(key));
-            }
-            for (const auto& name : names) {
-              EXPECT_TRUE(name.starts_with(set + "-")) << name;
-              EXPECT_NE(name.find("-" + os + "-" + theme + "-"), std::string::npos) << name;
-              EXPECT_EQ(name.find('/'), std::string::npos) << name;
-            }
-          }
-        }
-      }
-    }
-  }
-}
-
-// A new script revision must not reuse pictures drawn by the old one.
-TEST(CoreScriptCompositeName, ScriptRevisionsRenameTheirPictures) {
-  const std::string source = readText(kResources / "core.js");
-  const Documents docs(kTexts, kStyles);
-  const JSONValue basePlan = plan(shippedCore(), docs);
-  const std::string baseName = compositeName(shippedCore(), docs);
-  for (const std::string constant : {"CAPTURE_REVISION", "COMPOSITE_REVISION"}) {
-    const std::regex line("const " + constant + " = \"([^\"]*)\";");
-    ASSERT_TRUE(std::regex_search(source, line)) << constant;
-    TempDir dir;
-    writeFile(dir.path() / "core.js",
-              std::regex_replace(source, line, "const " + constant + " = \"$1-next\";"));
-    fs::create_directories(dir.path() / "assets");
-    CoreJS next(dir.path());
-    EXPECT_NE(compositeName(next, docs), baseName) << constant;
-    const bool capturesMove = *plan(next, docs).find("captures") != *basePlan.find("captures");
-    EXPECT_EQ(capturesMove, constant == "CAPTURE_REVISION");
-  }
-}
-
 // ---------------------------------------------------------------------------
 
 TEST(CoreScriptOrder, StoredOrderFirstThenTheRest) {
@@ -606,89 +521,6 @@ TEST(CoreScriptScreenTexts, EveryPageHasItsWordsInEachLanguage) {
 }
 
 // ---------------------------------------------------------------------------
-
-TEST(CoreScriptDocuments, RememberedOnceThenNamedByKey) {
-  CoreJS core(kResources);
-  JSONValue args = pageArgs();
-  args["__docs"] = "k-memo";
-  try {
-    core.callJSON("pagePlan", args);
-    FAIL() << "unknown documents must be asked for";
-  } catch (const CoreError& e) {
-    EXPECT_NE(std::string(e.what()).find("__vells_docs_missing__"), std::string::npos) << e.what();
-  }
-  EXPECT_FALSE(
-      core.callJSON("__rememberDocs",
-                    JSONValue::Object{{"key", "k-memo"}, {"texts", kTexts}, {"styles", kStyles}}));
-  const JSONValue remembered = *core.callJSON("pagePlan", args);
-
-  // The same as handing the parsed documents over with the call.
-  JSONValue direct = pageArgs();
-  direct["texts"] = parse(kTexts);
-  direct["styles"] = parse(kStyles);
-  EXPECT_EQ(*core.callJSON("pagePlan", direct), remembered);
-  EXPECT_EQ(remembered.stringAt("title"), "Build habits\nthat *stick*");
-  EXPECT_EQ(remembered.find("style")->stringAt("bgPattern"), "hexagons");
-
-  // A key of the call wins over the remembered documents, and leaves them as they were.
-  JSONValue own = args;
-  own["styles"] = parse(R"({"home":{"titleSize":50}})");
-  const JSONValue overridden = *core.callJSON("pagePlan", own);
-  EXPECT_EQ(overridden.find("style")->numberAt("titleSize"), 50.0);
-  EXPECT_EQ(overridden.find("style")->stringAt("bgPattern"), "none");
-  EXPECT_EQ(overridden.stringAt("title"), "Build habits\nthat *stick*");
-  EXPECT_EQ(*core.callJSON("pagePlan", args), remembered);
-
-  // Unreadable documents read as empty ones.
-  for (const char* broken : {"{oops", "", "[1,2]", "\"text\"", "null"}) {
-    core.callJSON("__rememberDocs",
-                  JSONValue::Object{{"key", "k-broken"}, {"texts", broken}, {"styles", broken}});
-    JSONValue brokenArgs = pageArgs();
-    brokenArgs["__docs"] = "k-broken";
-    const JSONValue p = *core.callJSON("pagePlan", brokenArgs);
-    EXPECT_FALSE(p.find("title")) << broken;
-    EXPECT_EQ(*p.find("style"), JSONValue(ResolvedStyle{}.asJSON())) << broken;
-  }
-}
-
-TEST(CoreScriptDocuments, KeepsTheSixteenMostRecentlyUsed) {
-  CoreJS core(kResources);
-  auto remember = [&](int i) {
-    core.callJSON("__rememberDocs", JSONValue::Object{{"key", "k" + std::to_string(i)},
-                                                      {"texts", R"({"home":{"en":{"title":"T)" +
-                                                                    std::to_string(i) + R"("}}})"},
-                                                      {"styles", "{}"}});
-  };
-  auto title = [&](int i) -> std::optional<std::string> {
-    JSONValue args = pageArgs();
-    args["__docs"] = "k" + std::to_string(i);
-    try {
-      return core.callJSON("pagePlan", args)->stringAt("title");
-    } catch (const CoreError& e) {
-      EXPECT_NE(std::string(e.what()).find("__vells_docs_missing__"), std::string::npos);
-      return std::nullopt;
-    }
-  };
-  for (int i = 0; i < 16; ++i)
-    remember(i);
-  EXPECT_EQ(title(0), "T0");  // now the most recently used
-  remember(16);
-  EXPECT_EQ(title(0), "T0");
-  EXPECT_FALSE(title(1));
-  EXPECT_EQ(title(16), "T16");
-  EXPECT_EQ(title(2), "T2");
-}
-
-TEST(CoreScriptDocuments, CallsThroughTheHostFollowTheDocumentsContent) {
-  CoreJS core(kResources);
-  const Documents first(kTexts, kStyles);
-  const Documents second(kTexts, R"({"home":{"titleSize":72}})");
-  for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(plan(core, first).find("style")->stringAt("bgPattern"), "hexagons");
-    EXPECT_EQ(plan(core, second).find("style")->numberAt("titleSize"), 72.0);
-    EXPECT_NE(compositeName(core, first), compositeName(core, second));
-  }
-}
 
 TEST(CoreScriptCalls, UnknownFunctionFails) {
   try {

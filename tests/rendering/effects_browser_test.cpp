@@ -164,32 +164,6 @@ TEST_F(EffectsInBrowser, CornersMatchTheBrowsersOwnProjection) {
   EXPECT_GT(y1 - y0, 0);
 }
 
-TEST_F(EffectsInBrowser, ReplacePutsThePictureWhereItWasToldAndKeepsZIndex) {
-  auto slot = open(R"html(<!doctype html><html><body style="margin:0">
-<div id="root" style="position:relative;left:7px;top:9px;border:3px solid #000;width:200px;height:200px">
-  <div id="a" style="filter:blur(1px);width:50px;height:50px;background:red"></div>
-  <div id="b" style="position:relative;z-index:3;filter:blur(1px);width:50px;height:50px;background:blue"></div>
-</div></body></html>)html",
-                   {300, 300});
-  ASSERT_EQ(slot->run("return __fx.scan().length"), JSONValue(2));
-  cv::Mat dot(1, 1, CV_8UC4, cv::Scalar(0, 128, 0, 255));
-  const std::string src = jsString(platform::pngDataURL(platform::encodePNG(dot)));
-  for (int i = 0; i < 2; ++i) {
-    slot->run("return __fx.isolate(" + std::to_string(i) + ")");
-    slot->run("return __fx.replace(" + std::to_string(i) + ", " + src + ", 600.5, 650, 30, 20)");
-  }
-  const JSONValue placed = slot->run(R"js(
-    return [...document.images].map(img => {
-      const r = img.getBoundingClientRect();
-      return [r.left, r.top, r.width, r.height, img.style.zIndex, img.complete,
-              img.nextElementSibling.id, getComputedStyle(img.nextElementSibling).display];
-    }))js");
-  EXPECT_EQ(placed, JSONValue::parse(R"json([[600.5, 650, 30, 20, "", true, "a", "none"],
-                                         [600.5, 650, 30, 20, "3", true, "b", "none"]])json"));
-  // Nothing left to flatten.
-  EXPECT_EQ(slot->run("return __fx.scan().length"), JSONValue(0));
-}
-
 TEST_F(EffectsInBrowser, NestedFiltersGoInsideOut) {
   auto slot = open(R"html(<!doctype html><html><body style="margin:0">
 <div id="outer" style="position:absolute;left:20px;top:20px;width:100px;height:100px;

@@ -59,17 +59,6 @@ TEST(EffectsParse, SeveralFunctionsInOrderWithNestedParentheses) {
   EXPECT_EQ(shadowOf((*list)[2]), (Effects::DropShadow{{1, 0, 0, 1}, 4, 0, 0}));  // radius 0
 }
 
-TEST(EffectsParse, WhiteSpaceAndTrailingText) {
-  auto spaced = Effects::parse("  blur( 3px )   drop-shadow(  rgb(1, 2, 3)   1px   2px  ) tail");
-  ASSERT_TRUE(spaced);
-  ASSERT_EQ(spaced->size(), 2u);
-  EXPECT_EQ(blurOf((*spaced)[0]).radius, 3);
-  EXPECT_EQ(shadowOf((*spaced)[1]).dy, 2);
-  auto none = Effects::parse("");
-  ASSERT_TRUE(none);
-  EXPECT_TRUE(none->empty());
-}
-
 TEST(EffectsParse, AnythingElseFailsTheWholeList) {
   for (const char* text : {
            "blur(4px) sepia(1)",  // unknown function after a good one
@@ -220,21 +209,6 @@ TEST(ImageFilters, PNGRoundTripKeepsChannelsAndStraightAlpha) {
   EXPECT_EQ(platform::pngDataURL("abc"), "data:image/png;base64,YWJj");
 }
 
-TEST(ImageFilters, OpaqueAndGrayPNGsDecode) {
-  cv::Mat bgr(2, 2, CV_8UC3, cv::Scalar(255, 0, 0));  // blue, as OpenCV writes it
-  std::vector<uchar> bytes;
-  ASSERT_TRUE(cv::imencode(".png", bgr, bytes));
-  auto blue = Image::decodePNG(std::string(bytes.begin(), bytes.end()));
-  ASSERT_TRUE(blue);
-  EXPECT_EQ(blue->renderRGBA8({0, 0, 2, 2}).at<cv::Vec4b>(1, 1), (cv::Vec4b{0, 0, 255, 255}));
-
-  cv::Mat gray(2, 2, CV_16UC1, cv::Scalar(65535));
-  ASSERT_TRUE(cv::imencode(".png", gray, bytes));
-  auto white = Image::decodePNG(std::string(bytes.begin(), bytes.end()));
-  ASSERT_TRUE(white);
-  EXPECT_EQ(white->renderRGBA8({0, 0, 2, 2}).at<cv::Vec4b>(0, 0), (cv::Vec4b{255, 255, 255, 255}));
-}
-
 TEST(ImageFilters, BlurKeepsTheInkAndGrowsTheExtent) {
   const Image square = Image::fromRGBA8(box(120, 120, {40, 40, 40, 40}, {255, 255, 255, 255}));
   for (double sigma : {1.5, 6.0, 12.0, 30.0}) {
@@ -285,73 +259,6 @@ TEST(ImageFilters, LargeBlursMatchADirectGaussian) {
     }
     EXPECT_LT(worst, 3) << sigma;
   }
-}
-
-TEST(ImageFilters, TranslationByFractionsIsExactInTheExtent) {
-  const Image line = Image::fromRGBA8(box(4, 4, {1, 0, 1, 4}, {255, 255, 255, 255}));
-  const Image moved = line.translated(10.5, -3);
-  EXPECT_EQ(moved.extent(), cv::Rect2d(10.5, -3, 4, 4));
-  // Half a pixel over: the column shares itself between two.
-  const cv::Mat px = moved.render({10, -3, 6, 4});
-  EXPECT_NEAR(alphaAt(px, 0, 1), 128, 1);
-  EXPECT_NEAR(alphaAt(px, 0, 2), 128, 1);
-  EXPECT_EQ(alphaAt(px, 0, 0), 0);
-  EXPECT_EQ(alphaAt(px, 0, 3), 0);
-  // Whole pixels move without any resampling.
-  const cv::Mat whole = line.translated(-2, 5).render({-2, 5, 4, 4});
-  EXPECT_EQ(alphaAt(whole, 2, 1), 255);
-  EXPECT_EQ(alphaAt(whole, 2, 0), 0);
-  // A move and its way back need no pixels in between.
-  const cv::Mat there = line.translated(0.3, 0.7).translated(-0.3, -0.7).render({0, 0, 4, 4});
-  EXPECT_EQ(alphaAt(there, 1, 1), 255);
-  EXPECT_EQ(alphaAt(there, 1, 2), 0);
-}
-
-TEST(ImageFilters, ScaleCropAndWarp) {
-  const Image square = Image::fromRGBA8(box(10, 10, {0, 0, 5, 5}, {0, 255, 0, 255}));
-  const Image big = square.transformed(2, 3, 100, 50);
-  EXPECT_EQ(big.extent(), cv::Rect2d(100, 50, 20, 30));
-  const cv::Mat px = big.render({100, 50, 20, 30});
-  EXPECT_EQ(px.at<cv::Vec4b>(5, 5), (cv::Vec4b{0, 255, 0, 255}));  // inside the scaled quarter
-  EXPECT_EQ(alphaAt(px, 20, 15), 0);                               // outside it
-
-  const Image cut = big.cropped({90, 60, 15, 100});
-  EXPECT_EQ(cut.extent(), cv::Rect2d(100, 60, 5, 20));
-  EXPECT_TRUE(big.cropped({0, 0, 10, 10}).isEmpty());
-  const cv::Mat kept = cut.render({95, 55, 20, 40});
-  EXPECT_EQ(alphaAt(kept, 7, 6), 255);                           // (101, 62): kept
-  EXPECT_EQ(alphaAt(kept, 2, 6), 0);                             // (101, 57): cut above
-  EXPECT_EQ(alphaAt(kept, 7, 12), 0);                            // (107, 62): cut right
-  EXPECT_EQ(alphaAt(big.render({95, 55, 20, 40}), 7, 12), 255);  // but there before
-
-  // A quarter turn about the origin: (x, y) goes to (-y, x).
-  auto turned = square.warped(cv::Matx33d(0, -1, 0, 1, 0, 0, 0, 0, 1));
-  ASSERT_TRUE(turned);
-  EXPECT_EQ(turned->extent(), cv::Rect2d(-10, 0, 10, 10));
-  const cv::Mat t = turned->render({-10, 0, 10, 10});
-  EXPECT_EQ(alphaAt(t, 2, 7), 255);  // from (2, 2)
-  EXPECT_EQ(alphaAt(t, 7, 7), 0);    // from (7, 2)
-  // A map that sends a corner to infinity draws nothing.
-  EXPECT_FALSE(square.warped(cv::Matx33d(1, 0, 0, 0, 1, 0, -0.1, 0, 1)));
-}
-
-TEST(ImageFilters, MaskedColourAndSourceOver) {
-  cv::Mat half = canvas(2, 1);
-  half.at<cv::Vec4b>(0, 0) = {255, 255, 255, 255};
-  half.at<cv::Vec4b>(0, 1) = {255, 255, 255, 102};  // alpha 0.4
-  const Image ink = Image::fromRGBA8(half);
-  const cv::Mat shadow = ink.masked({1, 0, 0, 0.5}).render({0, 0, 2, 1});
-  EXPECT_EQ(shadow.at<cv::Vec4b>(0, 0), (cv::Vec4b{128, 0, 0, 128}));  // red × 0.5, premultiplied
-  EXPECT_EQ(shadow.at<cv::Vec4b>(0, 1), (cv::Vec4b{51, 0, 0, 51}));    // 0.5 × 0.4
-
-  const Image blue = Image::fromRGBA8(canvas(2, 1, {0, 0, 255, 255}));
-  const Image over = ink.masked({1, 0, 0, 0.5}).over(blue.translated(1, 0));
-  EXPECT_EQ(over.extent(), cv::Rect2d(0, 0, 3, 1));
-  const cv::Mat o = over.renderRGBA8({0, 0, 3, 1});
-  EXPECT_EQ(o.at<cv::Vec4b>(0, 0), (cv::Vec4b{255, 0, 0, 128}));  // the shadow alone
-  // 0.2 red over blue: red 0.2, blue 0.8, opaque.
-  EXPECT_EQ(o.at<cv::Vec4b>(0, 1), (cv::Vec4b{51, 0, 204, 255}));
-  EXPECT_EQ(o.at<cv::Vec4b>(0, 2), (cv::Vec4b{0, 0, 255, 255}));
 }
 
 // --- One element drawn --------------------------------------------------------------------
@@ -501,20 +408,6 @@ TEST(EffectsRender, TheClipCutsAndThePerspectiveMoves) {
 
   const std::vector<Point> flat = {{520, 510}, {540, 510}, {560, 510}, {580, 510}};
   EXPECT_FALSE(Effects::render(e.picture(), e.region, e.layout, flat, {}, kWideClip, e.scale));
-}
-
-TEST(EffectsRender, FractionalScalesKeepTheGeometry) {
-  // Scale 1.5: the region is 90 × 75 pixels from x = 765.
-  const Element e;
-  const Image picture =
-      Image::fromRGBA8(box(90, 75, {15, 15, 60, 45}, cv::Vec4b{255, 255, 255, 255}));
-  auto r = Effects::render(picture, e.region, e.layout, cornersOf(e.layout), {}, kWideClip, 1.5);
-  ASSERT_TRUE(r);
-  const Drawn d = decodeRendered(*r);
-  EXPECT_EQ(d.rect, e.region);
-  EXPECT_EQ(d.rgba.cols, 90);
-  EXPECT_EQ(at(d, 1.5, 540, 525)[3], 255);
-  EXPECT_EQ(at(d, 1.5, 515, 525)[3], 0);
 }
 
 // --- flatten() against a scripted page ----------------------------------------------------
@@ -685,13 +578,6 @@ TEST(EffectsFlatten, PageErrorsEndTheWork) {
   };
   EXPECT_THROW(Effects::flatten(page, {400, 800}, 1), RenderError);
   EXPECT_EQ(page.calls().back().rfind("return __fx.replace(0", 0), 0u);  // nothing after it
-}
-
-TEST(EffectsScript, DefinesTheHelpersWithTheMargin) {
-  const std::string& s = Effects::script();
-  EXPECT_EQ(s.rfind("window.__fx = (() => {\n  const M = 480;", 0), 0u);
-  EXPECT_EQ(s.substr(s.size() - 5), "})();");
-  EXPECT_EQ(&s, &Effects::script());  // built once
 }
 
 }  // namespace

@@ -82,18 +82,6 @@ TEST_F(HtmlRoutes, ScreenHtmlStoresAnOpaqueScreenAtThreeTimesTheDevice) {
   EXPECT_EQ(served.mime, "image/png");
 }
 
-TEST_F(HtmlRoutes, ScreenHtmlDeviceSizes) {
-  // os goes through the os rule: anything but "ios" is android. The android
-  // entry lacks a height, so the whole size falls back.
-  Response r = post("/api/screen-html?page=p&os=windows",
-                    JSONValue(JSONValue::Object{{"html", kBlue}}).dump());
-  ASSERT_EQ(r.status, 200) << r.body;
-  EXPECT_EQ(bodyJSON(r), JSONValue::parse(R"({"ok":true,"width":1179,"height":2556})"));
-  cv::Mat image = decode(*backend::readFile(b.library().screens() / "default-p-android.png"));
-  EXPECT_EQ(image.cols, 1179);
-  EXPECT_EQ(image.rows, 2556);
-}
-
 TEST_F(HtmlRoutes, ScreenHtmlRefusesBadRequestsAndStoresNothing) {
   const std::string blue = JSONValue(JSONValue::Object{{"html", kBlue}}).dump();
   struct Case {

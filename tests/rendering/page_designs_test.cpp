@@ -254,26 +254,6 @@ TEST(ScreenMarkup, EveryScreenWordIsDrawnAndOverridable) {
   }
 }
 
-// Language, direction and faces follow the locale; a page carries only the
-// font files its words need.
-TEST(ScreenMarkup, LanguageDirectionAndFaces) {
-  const std::string en = *pageHtml("home", "ios", "dark", "en");
-  const std::string ar = *pageHtml("home", "ios", "dark", "ar");
-  const std::string fa = *pageHtml("home", "android", "dark", "fa");
-  const std::string ja = *pageHtml("home", "ios", "dark", "ja");
-  EXPECT_NE(en.find("lang=\"en\" dir=\"ltr\""), std::string::npos);
-  EXPECT_NE(ar.find("lang=\"ar\" dir=\"rtl\""), std::string::npos);
-  EXPECT_NE(fa.find("lang=\"fa\" dir=\"rtl\""), std::string::npos);
-  EXPECT_NE(ja.find("lang=\"ja\" dir=\"ltr\""), std::string::npos);
-  EXPECT_NE(en.find("font-family:'Nunito';src:url(data:font/woff2;base64,"), std::string::npos);
-  EXPECT_EQ(en.find("font-family:'Estedad'"), std::string::npos);
-  EXPECT_NE(ar.find("font-family:'Estedad';src:url(data:font/woff2;base64,"), std::string::npos);
-  // Persian screens count in Persian digits.
-  EXPECT_NE(fa.find("\xDB\xB4"), std::string::npos);  // U+06F4, four
-  EXPECT_EQ(std::count(en.begin(), en.end(), '@'), std::count(ja.begin(), ja.end(), '@'))
-      << "Japanese needs no extra Latin files";
-}
-
 // ---------------------------------------------------------------------------
 // The screens in the browser
 
@@ -437,29 +417,6 @@ TEST_F(PageDesigns, ScreensDrawEveryScript) {
 // ---------------------------------------------------------------------------
 // The store image
 
-struct Layout {
-  double left, top, width, height, textSpace;
-};
-
-// The arithmetic the live preview applies to the same style.
-Layout previewLayout(const std::string& os, double phoneScale, double offsetX, double offsetY,
-                     bool bottom) {
-  const CSSSize device = deviceSize(os);
-  const CSSSize comp = canvasSize(os);
-  double width, height, left, textSpace;
-  if (os == "android") {
-    width = 501, height = 1085, left = 71, textSpace = 438;
-  } else {
-    width = 485, height = std::round(485 * device.height / device.width);
-    left = std::round((comp.width - 485) / 2), textSpace = 428;
-  }
-  const double w = std::round(width * phoneScale);
-  const double h = std::round(height * phoneScale);
-  left += std::floor((width - w) / 2 + 0.5);
-  double top = bottom ? comp.height - textSpace - h : textSpace;
-  return {left + offsetX, top + offsetY, w, h, textSpace};
-}
-
 const char* kMeasure = R"(
   const phone = document.querySelector('[data-vell-phone]').getBoundingClientRect();
   const title = document.querySelector('[data-vell-title]');
@@ -482,51 +439,6 @@ const char* kMeasure = R"(
     band: [band.x, band.y, band.width, band.height],
   };
 )";
-
-TEST_F(PageDesigns, StoreLayoutFollowsThePreviewArithmetic) {
-  struct Case {
-    std::string os;
-    double scale, offsetX, offsetY;
-    bool bottom;
-    double titleWidth;
-  };
-  const std::vector<Case> cases = {{"ios", 1, 0, 0, false, 0},
-                                   {"android", 1, 0, 0, false, 0},
-                                   {"ios", 0.8, 12, -30, false, 420},
-                                   {"android", 1.17, -9, 40, true, 0},
-                                   {"ios", 0.93, 0, 0, true, 300}};
-  auto slot = renderer->acquire(false);
-  for (const auto& c : cases) {
-    JSONValue style =
-        JSONValue::Object{{"phoneScale", c.scale},      {"phoneOffsetX", c.offsetX},
-                          {"phoneOffsetY", c.offsetY},  {"textPos", c.bottom ? "bottom" : "top"},
-                          {"titleWidth", c.titleWidth}, {"titleSize", 64}};
-    StoreArgs a;
-    a.os = c.os;
-    a.styles = JSONValue(JSONValue::Object{{"home", style}}).dump();
-    a.texts = titleTexts("home", "en", "Keep *going*");
-    const CSSSize comp = canvasSize(c.os);
-    slot->load(compositeHtml(a), comp);
-    const JSONValue m = slot->run(kMeasure);
-    const Layout want = previewLayout(c.os, c.scale, c.offsetX, c.offsetY, c.bottom);
-    const auto& phone = *m.find("phone")->asArray();
-    EXPECT_EQ(*phone[0].asNumber(), want.left) << c.os << " " << c.scale;
-    EXPECT_EQ(*phone[1].asNumber(), want.top) << c.os << " " << c.scale;
-    EXPECT_EQ(*phone[2].asNumber(), want.width) << c.os << " " << c.scale;
-    EXPECT_EQ(*phone[3].asNumber(), want.height) << c.os << " " << c.scale;
-    EXPECT_EQ(m.stringAt("first"), "canvas");
-    EXPECT_EQ(*m.find("canvas")->asArray()->at(0).asNumber(), comp.width);
-    EXPECT_EQ(*m.find("canvas")->asArray()->at(1).asNumber(), comp.height);
-    const double column = c.titleWidth > 0 ? c.titleWidth : comp.width - 80;
-    EXPECT_NEAR(*m.numberAt("column"), column, 0.01) << c.os;
-    EXPECT_EQ(m.stringAt("clamp"), "2");
-    EXPECT_EQ(m.numberAt("lines"), 2.0) << "the even split gives two lines";
-    EXPECT_EQ(m.numberAt("fontSize"), 64.0);
-    const auto& band = *m.find("band")->asArray();
-    EXPECT_EQ(*band[3].asNumber(), want.textSpace);
-    EXPECT_EQ(*band[1].asNumber(), c.bottom ? comp.height - want.textSpace : 0.0);
-  }
-}
 
 // The store image at its size: the title in its colours over the backdrop,
 // and a phone that shows its screen.
@@ -666,142 +578,6 @@ TEST_F(PageDesigns, StoreTitlesInEveryScript) {
     const cv::Mat boxes = draw(c.tofu, nullptr);
     EXPECT_GT(meanAbsDiff(real, boxes), 0.3) << c.locale << ": drawn as missing glyphs";
   }
-}
-
-// The playful decoration stays off the title; "none" takes it and the lift away.
-TEST_F(PageDesigns, DecorationKeepsOffTheTitle) {
-  const std::string probe = R"(
-    const range = document.createRange();
-    range.selectNodeContents(document.querySelector('[data-vell-title]'));
-    const t = range.getBoundingClientRect();
-    const hits = [];
-    let count = 0;
-    for (const el of document.querySelectorAll('#decorFront > *')) {
-      count++;
-      const r = el.getBoundingClientRect();
-      if (r.right > t.left && r.left < t.right && r.bottom > t.top && r.top < t.bottom) hits.push(el.outerHTML.slice(0, 80));
-    }
-    return {count, behind: document.querySelector('#decorBehind').children.length, hits,
-            shadow: getComputedStyle(document.querySelector('[data-vell-phone]')).boxShadow};
-  )";
-  auto slot = renderer->acquire(false);
-  for (const auto& page : kPages) {
-    for (const std::string pos : {"top", "bottom"}) {
-      for (const std::string title : {"Build habits that *stick*", "One\nTwo\nThree\nFour"}) {
-        StoreArgs a;
-        a.page = page;
-        a.texts = titleTexts(page, "en", title);
-        a.styles = JSONValue(JSONValue::Object{{page, JSONValue::Object{{"textPos", pos}}}}).dump();
-        slot->load(compositeHtml(a), canvasSize("ios"));
-        const JSONValue r = slot->run(probe);
-        EXPECT_GE(r.numberAt("count"), 3.0) << page;
-        EXPECT_GE(r.numberAt("behind"), 3.0) << page;
-        for (const auto& hit : *r.find("hits")->asArray())
-          ADD_FAILURE() << page << " " << pos << ": " << *hit.asString();
-        EXPECT_NE(r.stringAt("shadow")->find("rgba(0, 0, 0, 0.38)"), std::string::npos);
-      }
-    }
-    StoreArgs none;
-    none.page = page;
-    none.styles = R"({")" + page + R"(":{"decor":"none"}})";
-    slot->load(compositeHtml(none), canvasSize("ios"));
-    const JSONValue r = slot->run(probe);
-    EXPECT_EQ(r.numberAt("count"), 0.0);
-    EXPECT_EQ(r.numberAt("behind"), 0.0);
-    EXPECT_EQ(r.stringAt("shadow")->find("rgba(0, 0, 0"), std::string::npos)
-        << *r.stringAt("shadow");
-  }
-  const auto noDecor =
-      core().callJSON("decor", JSONValue::Object{{"page", "home"},
-                                                 {"os", "ios"},
-                                                 {"theme", "dark"},
-                                                 {"style", JSONValue::Object{{"decor", "none"}}},
-                                                 {"hero", nullptr}});
-  EXPECT_EQ(noDecor->stringAt("behind"), "");
-  EXPECT_EQ(noDecor->stringAt("front"), "");
-}
-
-// The hero's callout: over its own place on the phone, larger, past the
-// phone's edges; without decoration it goes back into the screen unchanged.
-TEST_F(PageDesigns, HeroCalloutOverThePhone) {
-  const auto& cat = *core().catalog();
-  const std::pair<std::string, std::string> selectors{*cat.at("heroSelector").asString(),
-                                                      *cat.at("heroHideSelector").asString()};
-  for (const auto& os : kOses) {
-    const std::string html = *pageHtml("home", os, "dark", "en");
-    PhoneCapture c = renderer->renderPhoneAndHero(html, deviceSize(os), 3, selectors, false);
-    ASSERT_TRUE(c.hero);
-    const Rect r = c.heroRect->rect;
-    const cv::Mat heroImg = decode(*c.hero);
-    JSONValue hero =
-        JSONValue::Object{{"rect", JSONValue::Object{{"x", r.x},
-                                                     {"y", r.y},
-                                                     {"width", r.width},
-                                                     {"height", r.height},
-                                                     {"plate", c.heroRect->plate}}},
-                          {"image", picture(*c.hero)},
-                          {"aspect", static_cast<double>(heroImg.cols) / heroImg.rows}};
-    for (const std::string decorValue : {"playful", "none"}) {
-      StoreArgs a;
-      a.os = os;
-      a.texts = titleTexts("home", "en", "Build habits\nthat *stick*");
-      a.styles = R"({"home":{"decor":")" + decorValue + R"("}})";
-      a.phone = picture(c.phone);
-      a.hero = hero;
-      auto slot = renderer->acquire(false);
-      slot->load(compositeHtml(a), canvasSize(os));
-      const JSONValue m = slot->run(R"(
-        const phone = document.querySelector('[data-vell-phone]').getBoundingClientRect();
-        const imgs = [...document.querySelectorAll('img')].filter(i => i.src.length > 100 && i.naturalWidth > 0);
-        const hero = imgs.find(i => i.naturalWidth === )" +
-                                    std::to_string(heroImg.cols) + R"();
-        const h = hero ? hero.getBoundingClientRect() : null;
-        return {phone: [phone.x, phone.y, phone.width, phone.height], hero: h ? [h.x, h.y, h.width, h.height] : null,
-                inPhone: hero ? !!hero.closest('[data-vell-phone]') : null,
-                filter: hero ? getComputedStyle(hero).filter : ''};
-      )");
-      keep("callout-" + os + "-" + decorValue + ".png", encodePNG(capture(slot, os)));
-      ASSERT_TRUE(m.find("hero") && m.find("hero")->isArray()) << os << " " << decorValue;
-      const auto& p = *m.find("phone")->asArray();
-      const auto& h = *m.find("hero")->asArray();
-      const double k = *p[2].asNumber() / deviceSize(os).width;
-      const double expectedW = r.width * k;
-      const double centreX = *p[0].asNumber() + (r.x + r.width / 2) * k;
-      EXPECT_NEAR(*h[0].asNumber() + *h[2].asNumber() / 2, centreX, 1.0) << os << " " << decorValue;
-      if (decorValue == "playful") {
-        EXPECT_EQ(m.boolAt("inPhone"), false);
-        EXPECT_GT(*h[2].asNumber(), expectedW * 1.05) << "lifted and larger";
-        EXPECT_NE(m.stringAt("filter")->find("drop-shadow"), std::string::npos);
-      } else {
-        EXPECT_EQ(m.boolAt("inPhone"), true);
-        EXPECT_NEAR(*h[2].asNumber(), expectedW, 0.5) << "back in its place";
-      }
-    }
-  }
-}
-
-// A tilted phone turns in 3D under its parent's perspective, and the pattern
-// tiles at the scaled tile size.
-TEST_F(PageDesigns, TiltAndPattern) {
-  StoreArgs a;
-  a.styles =
-      R"({"home":{"phoneRotateY":-14,"phoneRotateX":6,"phonePerspective":1500,"bgPattern":"hexagons","bgPatternScale":1.5,"bgPatternColor":"#ffffff"}})";
-  a.texts = titleTexts("home", "en", "Build habits\nthat *stick*");
-  auto slot = renderer->acquire(false);
-  slot->load(compositeHtml(a), canvasSize("ios"));
-  const JSONValue m = slot->run(R"(
-    const phone = document.querySelector('[data-vell-phone]');
-    const pattern = document.querySelector('#pattern');
-    const ps = getComputedStyle(pattern);
-    return {transform: getComputedStyle(phone).transform, perspective: getComputedStyle(phone.parentElement).perspective,
-            maskSize: ps.webkitMaskSize, opacity: ps.opacity, mask: ps.webkitMaskImage.slice(0, 30)};
-  )");
-  EXPECT_EQ(m.stringAt("transform")->rfind("matrix3d(", 0), 0u) << *m.stringAt("transform");
-  EXPECT_EQ(m.stringAt("perspective"), "1500px");
-  EXPECT_EQ(m.stringAt("maskSize"), "42px 74px");  // round(28 × 1.5), round(49 × 1.5)
-  EXPECT_EQ(m.stringAt("opacity"), "0.08");
-  EXPECT_EQ(m.stringAt("mask"), "url(\"data:image/svg+xml;base64");
-  keep("store-tilt.png", encodePNG(capture(slot, "ios")));
 }
 
 // ---------------------------------------------------------------------------
