@@ -1370,8 +1370,10 @@ const PATTERNS = [
 ];
 
 const DEVICES = {
-  ios: { width: 393, height: 852, radius: 52 },
-  android: { width: 412, height: 915, radius: 34 },
+  // plateRadius: the corners of every hero card, so the store image can give
+  // the lifted card a shadow of the same shape without tracing its pixels.
+  ios: { width: 393, height: 852, radius: 52, plateRadius: 24 },
+  android: { width: 412, height: 915, radius: 34, plateRadius: 28 },
 };
 
 const COMPOSITE_DIMS = {
@@ -2375,7 +2377,7 @@ function homePage(S) {
   const css =
     ".pad{padding:" + (S.ios ? "4px 16px 0" : "8px 16px 0") + "}" +
     ".hero-wrap{position:relative}" +
-    ".hero{display:flex;align-items:center;gap:16px;padding:18px;border-radius:" + (S.ios ? 26 : 28) + "px;min-height:164px}" +
+    ".hero{display:flex;align-items:center;gap:16px;padding:18px;border-radius:" + S.device.plateRadius + "px;min-height:164px}" +
     ".ring{position:relative;width:" + size + "px;height:" + size + "px;flex:none}" +
     ".ring-center{position:absolute;inset:0;display:flex;flex-direction:column;align-items:center;justify-content:center;text-align:center;padding:0 22px}" +
     ".ring-num{font-size:38px;font-weight:900;line-height:1;letter-spacing:-1px}" +
@@ -2563,7 +2565,7 @@ function detailPage(S) {
     (S.android ? header : "") +
     cta +
     homeIndicator();
-  const rad = S.ios ? 24 : 28;
+  const rad = S.device.plateRadius;
   const css =
     ".navbar{position:absolute;top:54px;left:0;right:0;height:44px;display:flex;align-items:center;justify-content:space-between;padding:0 16px 0 8px;padding-inline:8px 16px;color:var(--accentInk);font-size:17px;font-weight:700;z-index:20}" +
     ".back{display:flex;align-items:center;gap:2px}" +
@@ -2685,7 +2687,7 @@ function insightsPage(S) {
     (S.android ? header : "") +
     tabBar(S, "tab.insights") +
     homeIndicator();
-  const rad = S.ios ? 24 : 28;
+  const rad = S.device.plateRadius;
   const css =
     ".pad{padding:" + (S.ios ? "2px 16px 0" : "4px 16px 0") + "}" +
     ".range{margin-bottom:16px}" +
@@ -3186,13 +3188,17 @@ function calloutHtml(L, st, hero, uri, tilt) {
   const cx = (x + w / 2) * kx;
   const cy = (y + h / 2) * ky - 6;
   const plate = rect.plate === true;
-  // A hairline of light keeps a dark plate apart from the dark screen under it.
+  // A plate is a rounded card of a known radius, so a box shadow draws its
+  // shadow exactly and the image needs no filter (nothing to flatten). A
+  // hairline of light keeps a dark plate apart from the dark screen under it.
+  // Any other hero shape casts its shadow from its own pixels.
   const shadow = plate
-    ? "drop-shadow(0px 0px 0.6px rgba(255,255,255,0.45)) drop-shadow(0px 24px 32px rgba(0,0,0,0.34)) drop-shadow(0px 5px 10px rgba(0,0,0,0.16))"
-    : "drop-shadow(0px 14px 22px rgba(0,0,0,0.3))";
+    ? "border-radius:" + fx(L.device.plateRadius * kx * lift) + "px;" +
+      "box-shadow:0px 0px 0.6px rgba(255,255,255,0.45),0px 24px 32px rgba(0,0,0,0.34),0px 5px 10px rgba(0,0,0,0.16)"
+    : "filter:drop-shadow(0px 14px 22px rgba(0,0,0,0.3))";
   const img =
     '<img alt="" src="' + esc(uri) + '" style="position:absolute;left:' + fx(cx - cw / 2) + "px;top:" + fx(cy - ch / 2) + "px;width:" + fx(cw) + "px;height:" + fx(ch) +
-    "px;filter:" + shadow + '">';
+    "px;" + shadow + '">';
   const inner = '<div style="position:absolute;inset:0' + (tilt ? ";transform:" + tilt : "") + '">' + img + "</div>";
   return (
     '<div class="callout" style="position:absolute;left:' + L.left + "px;top:" + L.top + "px;width:" + L.width + "px;height:" + L.height + "px" +

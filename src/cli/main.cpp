@@ -3,7 +3,10 @@
 #include <vector>
 
 #include "backend/local_backend.h"
+#include "cli/demo_command.h"
+#include "cli/export_command.h"
 #include "cli/request_command.h"
+#include "rendering/html_renderer.h"
 
 namespace {
 
@@ -14,13 +17,18 @@ const char* const kHelp =
     "\n"
     "Commands:\n"
     "  request METHOD PATH   call one route and print its answer\n"
+    "  export -o FILE.zip    render a set's missing store images and write its archive\n"
+    "  demo [-o DIR]         build a sample set of the built-in app and export it\n"
     "\n"
     "Run 'vellora-cli COMMAND --help' for a command's options.\n"
     "\n"
     "Environment:\n"
     "  VELLS_LIBRARY     the library folder (default: $XDG_DATA_HOME/Vells, else\n"
     "                    ~/.local/share/Vells)\n"
-    "  VELLS_RESOURCES   the folder holding core.js and assets/\n";
+    "  VELLS_RESOURCES   the folder holding core.js and assets/\n"
+    "  VELLS_CHROMIUM    the headless Chromium to render with (default:\n"
+    "                    /usr/lib/chromium/chromium-headless-shell)\n"
+    "  VELLS_LOOKUP_URL  base of the App Store lookup endpoint\n";
 
 }  // namespace
 
@@ -35,6 +43,14 @@ int main(int argc, char** argv) {
   if (command == "request") {
     return vells::cli::requestCommand(args, vells::backend::LocalBackend::shared(), std::cin,
                                       std::cout, std::cerr);
+  }
+  if (command == "export" || command == "demo") {
+    // Both render: one worker per render slot keeps every slot busy.
+    const int workers = vells::rendering::HTMLRenderer::shared().maxSlots();
+    auto& backend = vells::backend::LocalBackend::shared();
+    return command == "export"
+               ? vells::cli::exportCommand(args, backend, workers, std::cout, std::cerr)
+               : vells::cli::demoCommand(args, backend, workers, std::cout, std::cerr);
   }
   std::cerr << "vellora-cli: unknown command '" << command << "'.\n\n" << kHelp;
   return vells::cli::kExitUsage;

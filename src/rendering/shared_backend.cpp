@@ -1,4 +1,5 @@
 #include "backend/local_backend.h"
+#include "rendering/cache_routes.h"
 #include "rendering/core_js.h"
 #include "rendering/html_routes.h"
 #include "rendering/page_routes.h"
@@ -9,8 +10,10 @@ namespace {
 
 RouteFamilies renderingRoutes(rendering::HTMLRenderer& renderer) {
   RouteFamilies families = rendering::htmlRoutes(renderer);
-  for (Route& route : rendering::pageRoutes(renderer))
-    families.exact.push_back(std::move(route));
+  for (auto make : {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes}) {
+    for (Route& route : make(renderer))
+      families.exact.push_back(std::move(route));
+  }
   return families;
 }
 

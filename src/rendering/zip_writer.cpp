@@ -1,0 +1,124 @@
+#include "rendering/zip_writer.h"
+
+#include <array>
+
+namespace vells::rendering {
+
+namespace {
+
+constexpr std::uint16_t utf8Name = 0x0800;
+constexpr std::uint16_t version = 20;
+
+const std::array<std::uint32_t, 256>& crcTable() {
+  static const std::array<std::uint32_t, 256> table = [] {
+    std::array<std::uint32_t, 256> t{};
+    for (std::uint32_t n = 0; n < 256; ++n) {
+      std::uint32_t c = n;
+      for (int k = 0; k < 8; ++k)
+        c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+      t[n] = c;
+    }
+    return t;
+  }();
+  return table;
+}
+
+void put16(std::string& out, std::uint16_t v) {
+  out.push_back(static_cast<char>(v & 0xFF));
+  out.push_back(static_cast<char>(v >> 8));
+}
+
+void put32(std::string& out, std::uint32_t v) {
+  for (int shift = 0; shift < 32; shift += 8)
+    out.push_back(static_cast<char>((v >> shift) & 0xFF));
+}
+
+}  // namespace
+
+std::uint32_t CRC32::checksum(std::string_view data) {
+  const auto& table = crcTable();
+  std::uint32_t c = 0xFFFFFFFFu;
+  for (unsigned char byte : data)
+    c = table[(c ^ byte) & 0xFF] ^ (c >> 8);
+  return c ^ 0xFFFFFFFFu;
+}
+
+DosTimestamp DosTimestamp::of(const std::tm& local) {
+  const int year = local.tm_year + 1900 < 1980 ? 1980 : local.tm_year + 1900;
+  DosTimestamp stamp;
+  stamp.time =
+      static_cast<std::uint16_t>(local.tm_hour * 2048 + local.tm_min * 32 + local.tm_sec / 2);
+  stamp.date =
+      static_cast<std::uint16_t>((year - 1980) * 512 + (local.tm_mon + 1) * 32 + local.tm_mday);
+  return stamp;
+}
+
+DosTimestamp DosTimestamp::now() {
+  const std::time_t t = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&t, &local);
+  return of(local);
+}
+
+void ZipWriter::add(std::string_view name, std::string_view data) {
+  add(name, data, DosTimestamp::now());
+}
+
+void ZipWriter::add(std::string_view name, std::string_view data, DosTimestamp stamp) {
+  const std::uint32_t crc = CRC32::checksum(data);
+  const auto offset = static_cast<std::uint32_t>(data_.size());
+  const auto size = static_cast<std::uint32_t>(data.size());
+  const auto nameLength = static_cast<std::uint16_t>(name.size());
+
+  put32(data_, 0x04034B50);
+  put16(data_, version);
+  put16(data_, utf8Name);
+  put16(data_, 0);
+  put16(data_, stamp.time);
+  put16(data_, stamp.date);
+  put32(data_, crc);
+  put32(data_, size);
+  put32(data_, size);
+  put16(data_, nameLength);
+  put16(data_, 0);
+  data_.append(name);
+  data_.append(data);
+
+  put32(central_, 0x02014B50);
+  put16(central_, version);
+  put16(central_, version);
+  put16(central_, utf8Name);
+  put16(central_, 0);
+  put16(central_, stamp.time);
+  put16(central_, stamp.date);
+  put32(central_, crc);
+  put32(central_, size);
+  put32(central_, size);
+  put16(central_, nameLength);
+  put16(central_, 0);  // extra
+  put16(central_, 0);  // comment
+  put16(central_, 0);  // disk
+  put16(central_, 0);  // internal attributes
+  put32(central_, 0);  // external attributes
+  put32(central_, offset);
+  central_.append(name);
+  ++count_;
+}
+
+std::string ZipWriter::finish() {
+  const auto start = static_cast<std::uint32_t>(data_.size());
+  const auto centralSize = static_cast<std::uint32_t>(central_.size());
+  data_.append(central_);
+  put32(data_, 0x06054B50);
+  put16(data_, 0);
+  put16(data_, 0);
+  put16(data_, count_);
+  put16(data_, count_);
+  put32(data_, centralSize);
+  put32(data_, start);
+  put16(data_, 0);
+  central_.clear();
+  return std::move(data_);
+}
+
+}  // namespace vells::rendering

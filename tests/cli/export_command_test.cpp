@@ -1,0 +1,89 @@
+// `vellora-cli export` on a real library with the fixture script and the real
+// browser: what it refuses, what it renders and the archive it leaves.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "backend/images.h"
+#include "backend/test_support.h"
+#include "cli/export_command.h"
+#include "cli/request_command.h"
+#include "rendering/cache_routes.h"
+#include "rendering/core_js.h"
+#include "rendering/page_routes.h"
+
+namespace vells::testing {
+namespace {
+
+using backend::LocalBackend;
+using backend::LocalLibrary;
+
+class ExportCommand : public ::testing::Test {
+ protected:
+  ExportCommand() {
+    fs::create_directories(dir.path() / "resources" / "assets");
+    fs::copy_file(fs::path(VELLS_TEST_FIXTURES) / "pipeline-core.js",
+                  dir.path() / "resources" / "core.js");
+    backend::RouteFamilies routes;
+    for (auto make : {&rendering::pageRoutes, &rendering::exportRoutes}) {
+      for (auto& route : make(renderer))
+        routes.exact.push_back(std::move(route));
+    }
+    b = std::make_unique<LocalBackend>(
+        LocalLibrary(dir.path() / "lib"),
+        std::make_shared<rendering::CoreJS>(dir.path() / "resources"), std::move(routes));
+    b->db().saveApp({"fixture-app", {}, 1});
+    b->db().updateSet({"default", "Default", "fixture-app", std::nullopt});
+    EXPECT_EQ(call(*b, "POST", "/api/pages", R"({"pages":[{"id":"home"},{"id":"bare"}]})").status,
+              200);
+  }
+
+  int run(std::vector<std::string> args) {
+    out.str("");
+    err.str("");
+    return cli::exportCommand(args, *b, 2, out, err);
+  }
+
+  rendering::HTMLRenderer renderer{2};
+  TempDir dir;
+  std::unique_ptr<LocalBackend> b;
+  std::ostringstream out, err;
+};
+
+TEST_F(ExportCommand, RefusesWhatItCannotDoWithoutWritingAnything) {
+  const auto zip = dir.path() / "a.zip";
+  EXPECT_EQ(run({"--os", "windows", "-o", zip.string()}), cli::kExitUsage);
+  EXPECT_NE(err.str().find("--os must be ios or android"), std::string::npos);
+  EXPECT_EQ(run({"--set", "default"}), cli::kExitUsage);
+  EXPECT_NE(err.str().find("-o FILE.zip"), std::string::npos);
+  EXPECT_EQ(run({"--locale"}), cli::kExitUsage);
+  EXPECT_EQ(run({"--set", "nosuch", "-o", zip.string()}), cli::kExitStatus);
+  EXPECT_NE(err.str().find("There is no set 'nosuch'"), std::string::npos);
+  EXPECT_EQ(run({"--locale", "fr", "-o", zip.string()}), cli::kExitStatus);
+  EXPECT_NE(err.str().find("Unknown locale for this set"), std::string::npos);
+  EXPECT_FALSE(fs::exists(zip));
+}
+
+TEST_F(ExportCommand, RendersEveryImageWithProgressThenWritesTheArchive) {
+  const auto zip = dir.path() / "out" / "set.zip";
+  fs::create_directories(zip.parent_path());
+  ASSERT_EQ(run({"--os", "android", "--theme", "dark", "-o", zip.string()}), cli::kExitOK)
+      << err.str();
+  const std::string progress = err.str();
+  for (const char* line : {"/4] en home android dark: ", "/4] de bare android dark: ", "[4/4] ",
+                           "Wrote 4 images to "}) {
+    EXPECT_NE(progress.find(line), std::string::npos) << line << " in:\n" << progress;
+  }
+  auto bytes = backend::readFile(zip);
+  ASSERT_TRUE(bytes);
+  EXPECT_EQ(bytes->substr(0, 4), "PK\x03\x04");
+  EXPECT_EQ(static_cast<unsigned char>((*bytes)[bytes->size() - 12]),
+            4);  // entries in the end record
+  // One locale alone, from images the first run left in the cache.
+  ASSERT_EQ(run({"--os", "android", "--theme", "dark", "--locale", "de", "-o", zip.string()}),
+            cli::kExitOK);
+  EXPECT_NE(err.str().find("Wrote 2 images"), std::string::npos) << err.str();
+}
+
+}  // namespace
+}  // namespace vells::testing

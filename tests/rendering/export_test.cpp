@@ -1,0 +1,202 @@
+// The render cache and export routes on a real library, the fixture script and
+// the real browser: archives read back by Info-ZIP, warm-ups watched through
+// the gallery status.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <opencv2/imgcodecs.hpp>
+#include <thread>
+
+#include "backend/test_support.h"
+#include "rendering/cache_routes.h"
+#include "rendering/core_js.h"
+#include "rendering/page_routes.h"
+
+namespace vells::testing {
+namespace {
+
+using backend::LocalBackend;
+using backend::LocalLibrary;
+using rendering::HTMLRenderer;
+
+std::string run(const std::string& command) {
+  std::string out;
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  if (!pipe) return out;
+  char buffer[4096];
+  while (std::size_t n = fread(buffer, 1, sizeof buffer, pipe))
+    out.append(buffer, n);
+  pclose(pipe);
+  return out;
+}
+
+class Export : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { renderer = std::make_unique<HTMLRenderer>(2); }
+  static void TearDownTestSuite() { renderer.reset(); }
+
+  Export() {
+    fs::create_directories(dir.path() / "resources" / "assets");
+    fs::copy_file(fs::path(VELLS_TEST_FIXTURES) / "pipeline-core.js",
+                  dir.path() / "resources" / "core.js");
+    backend::RouteFamilies routes;
+    for (auto make : {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes}) {
+      for (auto& route : make(*renderer))
+        routes.exact.push_back(std::move(route));
+    }
+    b = std::make_unique<LocalBackend>(
+        LocalLibrary(dir.path() / "lib"),
+        std::make_shared<rendering::CoreJS>(dir.path() / "resources"), std::move(routes));
+    b->db().saveApp({"fixture-app", {}, 1});
+    b->db().updateSet({"default", "Default", "fixture-app", std::nullopt});
+    EXPECT_EQ(call(*b, "POST", "/api/pages", R"({"pages":[{"id":"home"},{"id":"bare"}]})").status,
+              200);
+  }
+
+  // The archive's entry names, after Info-ZIP found every entry sound.
+  std::string entries(const backend::Response& answer) {
+    const auto file = dir.path() / "got.zip";
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << answer.body;
+    const std::string test = run("unzip -t '" + file.string() + "'");
+    EXPECT_NE(test.find("No errors detected"), std::string::npos) << test;
+    return run("unzip -Z1 '" + file.string() + "'");
+  }
+
+  cv::Mat entry(const backend::Response& answer, const std::string& name) {
+    const auto file = dir.path() / "got.zip";
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << answer.body;
+    const std::string bytes = run("unzip -p '" + file.string() + "' '" + name + "'");
+    cv::Mat raw(1, static_cast<int>(bytes.size()), CV_8UC1, const_cast<char*>(bytes.data()));
+    return cv::imdecode(raw, cv::IMREAD_UNCHANGED);
+  }
+
+  JSONValue status(const std::string& theme = "light") {
+    return bodyJSON(call(*b, "GET", "/api/gallery-status?set=default&os=ios&theme=" + theme));
+  }
+
+  static std::unique_ptr<HTMLRenderer> renderer;
+  TempDir dir;
+  std::unique_ptr<LocalBackend> b;
+};
+std::unique_ptr<HTMLRenderer> Export::renderer;
+
+TEST_F(Export, ArchiveFollowsEachLocalesOrderAndHoldsStoreReadyImages) {
+  // German leaves a page out; the script's answer is followed as it stands.
+  ASSERT_EQ(call(*b, "POST", "/api/order?set=default", R"({"de":["bare"]})").status, 200);
+  const auto all = call(*b, "GET", "/api/download-all?set=default&os=ios&theme=light");
+  ASSERT_EQ(all.status, 200) << all.body;
+  EXPECT_EQ(all.mime, "application/zip");
+  EXPECT_EQ(all.headers.at("Content-Disposition"),
+            "attachment; filename=\"default-ios-light.zip\"");
+  EXPECT_EQ(entries(all), "en/01-home.png\nen/02-bare.png\nde/01-bare.png\n");
+  const cv::Mat png = entry(all, "en/01-home.png");
+  EXPECT_EQ(png.cols, 300);  // 150 composite pixels at scale 2
+  EXPECT_EQ(png.rows, 600);
+  EXPECT_EQ(png.channels(), 3);
+
+  const auto one = call(*b, "GET", "/api/download-all?set=default&os=ios&theme=light&locale=de");
+  EXPECT_EQ(one.headers.at("Content-Disposition"),
+            "attachment; filename=\"default-de-ios-light.zip\"");
+  EXPECT_EQ(entries(one), "01-bare.png\n");
+
+  // An order the script can't turn into ids keeps the set's own order.
+  ASSERT_EQ(call(*b, "POST", "/api/order?set=default", R"({"de":["garbage"]})").status, 200);
+  EXPECT_EQ(entries(call(*b, "GET", "/api/download-all?set=default&os=ios&theme=light&locale=de")),
+            "01-home.png\n02-bare.png\n");
+}
+
+TEST_F(Export, RefusedAndEmptyExports) {
+  const auto unknown = call(*b, "GET", "/api/download-all?set=default&locale=fr");
+  EXPECT_EQ(unknown.status, 400);
+  EXPECT_EQ(unknown.body, "Unknown locale for this set");
+
+  const auto made = bodyJSON(call(*b, "POST", "/api/sets", R"({"name":"Empty"})"));
+  const auto empty = call(*b, "GET", "/api/download-all?set=" + *made.stringAt("id"));
+  ASSERT_EQ(empty.status, 200);
+  EXPECT_EQ(empty.body.size(), 22u);
+  EXPECT_EQ(empty.body.substr(0, 4), "PK\x05\x06");
+}
+
+TEST_F(Export, AnUnreadableImageIsLeftOutWithoutRenumbering) {
+  const std::string url = "/api/download-all?set=default&os=android&theme=dark&locale=en";
+  ASSERT_EQ(entries(call(*b, "GET", url)), "01-home.png\n02-bare.png\n");
+  // The cached image of home becomes a folder: found, but not readable as a file.
+  for (const auto& e : fs::directory_iterator(b->library().output())) {
+    const std::string name = e.path().filename().string();
+    const bool capture = name.ends_with("-phone.png") || name.ends_with("-hero.png");
+    if (name.starts_with("default-home-android-dark-en-") && name.ends_with(".png") && !capture) {
+      fs::remove(e.path());
+      fs::create_directory(e.path());
+    }
+  }
+  EXPECT_EQ(entries(call(*b, "GET", url)), "02-bare.png\n");
+}
+
+TEST_F(Export, RegenerateRemovesOnlyThisSetsOsAndTheme) {
+  const fs::path out = b->library().output();
+  fs::create_directories(out);
+  const std::vector<std::string> names = {
+      "default-home-ios-dark-en-1.png",     "default-home-ios-dark-en-1.thumb.jpg",
+      "composite-default-ios-dark-x.png",   "default-home-ios-light-en-1.png",
+      "default-home-android-dark-en-1.png", "defaults-home-ios-dark-en-1.png",
+      "other-home-ios-dark-en-1.png",       "default-home.png"};
+  for (const auto& name : names)
+    std::ofstream(out / name) << "x";
+  const auto answer = bodyJSON(call(*b, "POST", "/api/regenerate?set=default&os=ios&theme=dark"));
+  EXPECT_EQ(answer.numberAt("removed"), 3);
+  std::set<std::string> left;
+  for (const auto& e : fs::directory_iterator(out))
+    left.insert(e.path().filename().string());
+  EXPECT_EQ(left, (std::set<std::string>{"default-home-ios-light-en-1.png",
+                                         "default-home-android-dark-en-1.png",
+                                         "defaults-home-ios-dark-en-1.png",
+                                         "other-home-ios-dark-en-1.png", "default-home.png"}));
+  EXPECT_EQ(bodyJSON(call(*b, "POST", "/api/regenerate?set=default&os=ios&theme=dark"))
+                .numberAt("removed"),
+            0);
+}
+
+TEST_F(Export, WarmFillsTheGalleryInTheBackgroundOncePerKey) {
+  JSONValue before = status();
+  EXPECT_EQ(before.find("ready")->asArray()->size(), 0u);
+  EXPECT_EQ(before.numberAt("total"), 4);  // 2 locales × 2 pages
+  EXPECT_FALSE(*before.find("rendering")->asBool());
+
+  const auto first =
+      bodyJSON(call(*b, "POST", "/api/warm?set=default&os=ios&theme=light&priority=interactive"));
+  EXPECT_TRUE(*first.find("started")->asBool());
+  EXPECT_EQ(first.numberAt("combinations"), 4);
+  const auto again = bodyJSON(call(*b, "POST", "/api/warm?set=default&os=ios&theme=light"));
+  EXPECT_FALSE(*again.find("started")->asBool());
+  EXPECT_EQ(again.stringAt("reason"), "already warming");
+  const auto otherTheme = bodyJSON(call(*b, "POST", "/api/warm?set=default&os=ios&theme=dark"));
+  EXPECT_TRUE(*otherTheme.find("started")->asBool());
+
+  // While the job runs, every status says so; the first that doesn't must
+  // already see every page.
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
+  JSONValue now = status();
+  while (*now.find("rendering")->asBool() && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    now = status();
+  }
+  ASSERT_FALSE(*now.find("rendering")->asBool());
+  std::set<std::string> ready;
+  for (const auto& r : *now.find("ready")->asArray())
+    ready.insert(*r.asString());
+  EXPECT_EQ(ready, (std::set<std::string>{"en:home", "en:bare", "de:home", "de:bare"}));
+
+  // A warm-up makes thumbnails, not store images.
+  for (const auto& e : fs::directory_iterator(b->library().output())) {
+    const std::string name = e.path().filename().string();
+    if (name.find("-ios-light-") == std::string::npos) continue;
+    EXPECT_TRUE(name.ends_with(".thumb.jpg") || name.ends_with("-phone.png") ||
+                name.ends_with("-hero.png") || name.ends_with("-hero.json"))
+        << name;
+  }
+}
+
+}  // namespace
+}  // namespace vells::testing
