@@ -8,6 +8,7 @@ PACKAGES=(
   build-essential cmake ninja-build pkg-config ccache git
   # libraries
   libsqlite3-dev nlohmann-json3-dev libssl-dev libjavascriptcoregtk-4.1-dev
+  libcurl4-openssl-dev libicu-dev
   # rendering: the headless browser, image filters, and fonts for every script a page may hold
   chromium-headless-shell libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
   fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji

@@ -29,11 +29,15 @@ LocalBackend::LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> cor
                            RouteFamilies more)
     : library_(std::move(library)),
       core_(core ? std::move(core) : std::make_shared<AbsentCoreScript>()) {
-  for (const auto& family : {coreRoutes(), setsRoutes(), imageRoutes(), more.exact}) {
+  RouteFamilies apps = appsRoutes();
+  for (const auto& family :
+       {coreRoutes(), setsRoutes(), imageRoutes(), stickerRoutes(), apps.exact, more.exact}) {
     for (const Route& r : family)
       exact_.emplace(routeKey(r.method, r.path), r.handler);
   }
   prefixes_ = std::move(more.prefixes);
+  for (PrefixRoute& p : apps.prefixes)
+    prefixes_.push_back(std::move(p));
   for (PrefixRoute& p : assetRoutes())
     prefixes_.push_back(std::move(p));
 }

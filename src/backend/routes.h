@@ -38,6 +38,9 @@ struct RouteFamilies {
 std::vector<Route> coreRoutes();
 std::vector<Route> setsRoutes();
 std::vector<Route> imageRoutes();
+std::vector<Route> stickerRoutes();
+// The apps catalogue, with the prefix row that serves uploaded icons.
+RouteFamilies appsRoutes();
 std::vector<PrefixRoute> assetRoutes();
 
 }  // namespace vells::backend
