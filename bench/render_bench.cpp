@@ -2,13 +2,13 @@
 // (transparent PNG), the store canvas at scale 2 (opaque PNG), the gallery
 // thumbnail (400 px JPEG), and the throughput of the whole pool.
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
 
 #include <atomic>
 #include <memory>
 #include <thread>
 #include <vector>
 
+#include "process_memory.h"
 #include "rendering/html_renderer.h"
 
 namespace {
@@ -92,6 +92,7 @@ BENCHMARK(BM_ThumbnailCapture)->Unit(benchmark::kMillisecond)->UseRealTime()->It
 void BM_PoolThroughput(benchmark::State& state) {
   const std::string html = storePage();
   const int perThread = 6;
+  vells::bench::PeakMemory memory;
   for (auto _ : state) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 2; ++t) {
@@ -108,9 +109,7 @@ void BM_PoolThroughput(benchmark::State& state) {
   }
   state.counters["renders_per_s"] = benchmark::Counter(
       2.0 * perThread * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
-  rusage usage{};
-  getrusage(RUSAGE_CHILDREN, &usage);
-  state.counters["peak_child_rss_MB"] = static_cast<double>(usage.ru_maxrss) / 1024.0;
+  state.counters["peak_pss_MiB"] = memory.stop();
 }
 BENCHMARK(BM_PoolThroughput)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 

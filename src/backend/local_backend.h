@@ -31,9 +31,9 @@ class LocalBackend {
   LocalBackend(const LocalBackend&) = delete;
   LocalBackend& operator=(const LocalBackend&) = delete;
 
-  // The one instance of a run: the standard library folder and the shared
-  // script host. Defined with the script host (vells_rendering), which sits
-  // above this layer; link that library to use it.
+  // The one instance of a run: the standard library folder, the shared script
+  // host and every route family of the layers above. Defined where those
+  // layers meet (vells_cli); link that library to use it.
   static LocalBackend& shared();
 
   // Opens the library once; a failure is kept and rethrown, never retried.

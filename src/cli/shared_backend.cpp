@@ -3,14 +3,17 @@
 #include "rendering/core_js.h"
 #include "rendering/html_routes.h"
 #include "rendering/page_routes.h"
+#include "text/text_routes.h"
 
 namespace vells::backend {
 
 namespace {
 
+// Every family above the backend, all drawing with the one renderer of the run.
 RouteFamilies renderingRoutes(rendering::HTMLRenderer& renderer) {
   RouteFamilies families = rendering::htmlRoutes(renderer);
-  for (auto make : {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes}) {
+  for (auto make : {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes,
+                    &text::textRoutes}) {
     for (Route& route : make(renderer))
       families.exact.push_back(std::move(route));
   }

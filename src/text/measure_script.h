@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string_view>
+
+namespace vells::text {
+
+// The script that measures a store-image page where it really falls: the
+// title's lines, clamp and ink, words too wide for their column, text off the
+// canvas or over the phone, layers too small or over the title. It answers
+// `{issues, title, layers, phone}` in canvas pixels.
+extern const std::string_view kMeasureScript;
+
+}  // namespace vells::text
