@@ -12,9 +12,9 @@
 "use strict";
 
 // Bump when the phone screens draw differently, so old captures are not reused.
-const CAPTURE_REVISION = "tempo-screens-1";
+const CAPTURE_REVISION = "tempo-screens-2";
 // Bump when the store image is laid out differently (title, decoration, layers).
-const COMPOSITE_REVISION = "composite-1";
+const COMPOSITE_REVISION = "composite-3";
 
 // ---------------------------------------------------------------------------
 // Small helpers
@@ -1370,10 +1370,8 @@ const PATTERNS = [
 ];
 
 const DEVICES = {
-  // plateRadius: the corners of every hero card, so the store image can give
-  // the lifted card a shadow of the same shape without tracing its pixels.
-  ios: { width: 393, height: 852, radius: 52, plateRadius: 24 },
-  android: { width: 412, height: 915, radius: 34, plateRadius: 28 },
+  ios: { width: 393, height: 852, radius: 52 },
+  android: { width: 412, height: 915, radius: 34 },
 };
 
 const COMPOSITE_DIMS = {
@@ -1638,6 +1636,7 @@ function compositeName(args, context) {
       context.text(k.page, k.locale).wordsHash,
       names.captures.phone,
       args.hasBackground === true,
+      finiteOrNull(args.backgroundMtimeMs),
       finiteOrNull(args.overlayMtimeMs),
       finiteOrNull(args.screenMtimeMs),
       finiteOrNull(args.calloutAspect),
@@ -2377,7 +2376,7 @@ function homePage(S) {
   const css =
     ".pad{padding:" + (S.ios ? "4px 16px 0" : "8px 16px 0") + "}" +
     ".hero-wrap{position:relative}" +
-    ".hero{display:flex;align-items:center;gap:16px;padding:18px;border-radius:" + S.device.plateRadius + "px;min-height:164px}" +
+    ".hero{display:flex;align-items:center;gap:16px;padding:18px;border-radius:" + PLATE_RADIUS[S.os] + "px;min-height:164px}" +
     ".ring{position:relative;width:" + size + "px;height:" + size + "px;flex:none}" +
     ".ring-center{position:absolute;inset:0;display:flex;flex-direction:column;align-items:center;justify-content:center;text-align:center;padding:0 22px}" +
     ".ring-num{font-size:38px;font-weight:900;line-height:1;letter-spacing:-1px}" +
@@ -2565,7 +2564,7 @@ function detailPage(S) {
     (S.android ? header : "") +
     cta +
     homeIndicator();
-  const rad = S.device.plateRadius;
+  const rad = PLATE_RADIUS[S.os];
   const css =
     ".navbar{position:absolute;top:54px;left:0;right:0;height:44px;display:flex;align-items:center;justify-content:space-between;padding:0 16px 0 8px;padding-inline:8px 16px;color:var(--accentInk);font-size:17px;font-weight:700;z-index:20}" +
     ".back{display:flex;align-items:center;gap:2px}" +
@@ -2687,7 +2686,7 @@ function insightsPage(S) {
     (S.android ? header : "") +
     tabBar(S, "tab.insights") +
     homeIndicator();
-  const rad = S.device.plateRadius;
+  const rad = PLATE_RADIUS[S.os];
   const css =
     ".pad{padding:" + (S.ios ? "2px 16px 0" : "4px 16px 0") + "}" +
     ".range{margin-bottom:16px}" +
@@ -2979,10 +2978,14 @@ function compositeLayout(os, st) {
   let top = st.textPos === "bottom" ? comp.h - textSpace - h : textSpace;
   top += numberOr(st.phoneOffsetY, 0);
   left += numberOr(st.phoneOffsetX, 0);
-  return { comp, device, left, top, width: w, height: h, textSpace, bottomText: st.textPos === "bottom" };
+  return { os, comp, device, left, top, width: w, height: h, textSpace, bottomText: st.textPos === "bottom" };
 }
 
 const RING_WIDTH = { ios: 10.34, android: 10.69 };
+
+// The corners of every hero card, so the store image can give the lifted card
+// a shadow of the same shape without tracing its pixels.
+const PLATE_RADIUS = { ios: 24, android: 28 };
 
 function tiltTransform(st) {
   const x = numberOr(st.phoneRotateX, 0);
@@ -3193,7 +3196,7 @@ function calloutHtml(L, st, hero, uri, tilt) {
   // hairline of light keeps a dark plate apart from the dark screen under it.
   // Any other hero shape casts its shadow from its own pixels.
   const shadow = plate
-    ? "border-radius:" + fx(L.device.plateRadius * kx * lift) + "px;" +
+    ? "border-radius:" + fx(PLATE_RADIUS[L.os] * kx * lift) + "px;" +
       "box-shadow:0px 0px 0.6px rgba(255,255,255,0.45),0px 24px 32px rgba(0,0,0,0.34),0px 5px 10px rgba(0,0,0,0.16)"
     : "filter:drop-shadow(0px 14px 22px rgba(0,0,0,0.3))";
   const img =
@@ -3480,6 +3483,8 @@ function compositeHtml(args, context) {
       ";text-align:" + align + ";letter-spacing:" + (rtl ? "normal" : "-0.01em") + ';overflow-wrap:break-word">' +
       subtitle.split(/\r?\n/).map((l) => esc(l)).join("<br>") + "</div>"
     : "";
+  // word-break:auto-phrase: Japanese has no spaces, and phrase analysis keeps a
+  // wrapped title from ending a line in the middle of a word.
   const textLayer =
     '<div id="textLayer" style="position:absolute;' + (L.bottomText ? "bottom:0;top:auto" : "top:0;bottom:auto") + ";height:" + bandH + "px;left:" +
     fx((W - boxW) / 2 + numberOr(st.titleOffsetX, 0)) + "px;width:" + fx(boxW) + "px;box-sizing:border-box;padding:0 " + Math.round(40 - inkPad) +
@@ -3487,7 +3492,7 @@ function compositeHtml(args, context) {
     '<div id="titleBox" style="position:relative;display:flex;flex-direction:column;align-items:center;justify-content:flex-start;width:100%;min-height:' +
     Math.round(titleSize * numberOr(st.titleLineHeight, 1.12) * lineCount) + 'px">' +
     '<div id="title" data-vell-title dir="' + (rtl ? "rtl" : "ltr") + '" style="width:100%;box-sizing:border-box;display:-webkit-box;-webkit-box-orient:vertical;-webkit-line-clamp:' +
-    lineCount + ";overflow:hidden;word-break:normal;overflow-wrap:break-word;padding:" + inkPad + "px;font-family:" + titleFamily + ";font-size:" + Math.round(titleSize) +
+    lineCount + ";overflow:hidden;word-break:auto-phrase;overflow-wrap:break-word;padding:" + inkPad + "px;font-family:" + titleFamily + ";font-size:" + Math.round(titleSize) +
     "px;font-weight:" + textFontWeight(st.titleWeight, rtl) + ";letter-spacing:" + (rtl ? "normal" : fx(numberOr(st.titleLetterSpacing, -0.03), 4) + "em") +
     ";line-height:" + fx(numberOr(st.titleLineHeight, 1.12), 4) + ";text-align:" + align + ";color:" + cssColor(st.titleColor, "#ffffff") + strokeCss + '">' +
     titleHtml + "</div>" + subtitleHtml + "</div></div>";

@@ -30,8 +30,8 @@ JSONValue demoTexts() {
                           "*成長*がひと目でわかる", "تقدّمك *بنظرة واحدة*")},
       {"focus", titles("Stay in the *zone*", "Bleib ganz im *Flow*", "*集中*を、もっと深く",
                        "ابقَ في *قمة تركيزك*")},
-      {"settings", titles("Made *your* way", "Ganz nach *deinem* Geschmack",
-                          "*自分らしく*カスタマイズ", "صمّمه *على طريقتك*")},
+      {"settings", titles("Made *your* way", "Ganz nach *deinem* Stil", "*自分らしく*カスタマイズ",
+                          "صمّمه *على طريقتك*")},
   };
 }
 
@@ -43,7 +43,7 @@ JSONValue demoStyles() {
                                                       {"kind", "text"},
                                                       {"text", "★★★★★  Loved by 50,000 people"},
                                                       {"x", 310},
-                                                      {"y", 196},
+                                                      {"y", 330},
                                                       {"w", 520},
                                                       {"size", 21},
                                                       {"weight", 800},
