@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -110,6 +111,19 @@ inline backend::Response call(backend::LocalBackend& b, const std::string& metho
 
 inline JSONValue bodyJSON(const backend::Response& r) {
   return JSONValue::parse(r.body);
+}
+
+// What a shell command prints, standard error included: for checking our
+// output with another program's reader.
+inline std::string runCommand(const std::string& command) {
+  std::string out;
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  if (!pipe) return out;
+  char buffer[4096];
+  while (std::size_t n = fread(buffer, 1, sizeof buffer, pipe))
+    out.append(buffer, n);
+  pclose(pipe);
+  return out;
 }
 
 }  // namespace vells::testing

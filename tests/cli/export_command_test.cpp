@@ -9,7 +9,7 @@
 #include "cli/export_command.h"
 #include "cli/request_command.h"
 #include "rendering/cache_routes.h"
-#include "rendering/core_js.h"
+#include "rendering/fixture_backend.h"
 #include "rendering/page_routes.h"
 
 namespace vells::testing {
@@ -20,23 +20,8 @@ using backend::LocalLibrary;
 
 class ExportCommand : public ::testing::Test {
  protected:
-  ExportCommand() {
-    fs::create_directories(dir.path() / "resources" / "assets");
-    fs::copy_file(fs::path(VELLS_TEST_FIXTURES) / "pipeline-core.js",
-                  dir.path() / "resources" / "core.js");
-    backend::RouteFamilies routes;
-    for (auto make : {&rendering::pageRoutes, &rendering::exportRoutes}) {
-      for (auto& route : make(renderer))
-        routes.exact.push_back(std::move(route));
-    }
-    b = std::make_unique<LocalBackend>(
-        LocalLibrary(dir.path() / "lib"),
-        std::make_shared<rendering::CoreJS>(dir.path() / "resources"), std::move(routes));
-    b->db().saveApp({"fixture-app", {}, 1});
-    b->db().updateSet({"default", "Default", "fixture-app", std::nullopt});
-    EXPECT_EQ(call(*b, "POST", "/api/pages", R"({"pages":[{"id":"home"},{"id":"bare"}]})").status,
-              200);
-  }
+  ExportCommand()
+      : b(fixtureBackend(dir, renderer, {&rendering::pageRoutes, &rendering::exportRoutes})) {}
 
   int run(std::vector<std::string> args) {
     out.str("");

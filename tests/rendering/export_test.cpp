@@ -4,14 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdio>
 #include <fstream>
 #include <opencv2/imgcodecs.hpp>
 #include <thread>
 
 #include "backend/test_support.h"
 #include "rendering/cache_routes.h"
-#include "rendering/core_js.h"
+#include "rendering/fixture_backend.h"
 #include "rendering/page_routes.h"
 
 namespace vells::testing {
@@ -21,53 +20,29 @@ using backend::LocalBackend;
 using backend::LocalLibrary;
 using rendering::HTMLRenderer;
 
-std::string run(const std::string& command) {
-  std::string out;
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  if (!pipe) return out;
-  char buffer[4096];
-  while (std::size_t n = fread(buffer, 1, sizeof buffer, pipe))
-    out.append(buffer, n);
-  pclose(pipe);
-  return out;
-}
-
 class Export : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { renderer = std::make_unique<HTMLRenderer>(2); }
   static void TearDownTestSuite() { renderer.reset(); }
 
-  Export() {
-    fs::create_directories(dir.path() / "resources" / "assets");
-    fs::copy_file(fs::path(VELLS_TEST_FIXTURES) / "pipeline-core.js",
-                  dir.path() / "resources" / "core.js");
-    backend::RouteFamilies routes;
-    for (auto make : {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes}) {
-      for (auto& route : make(*renderer))
-        routes.exact.push_back(std::move(route));
-    }
-    b = std::make_unique<LocalBackend>(
-        LocalLibrary(dir.path() / "lib"),
-        std::make_shared<rendering::CoreJS>(dir.path() / "resources"), std::move(routes));
-    b->db().saveApp({"fixture-app", {}, 1});
-    b->db().updateSet({"default", "Default", "fixture-app", std::nullopt});
-    EXPECT_EQ(call(*b, "POST", "/api/pages", R"({"pages":[{"id":"home"},{"id":"bare"}]})").status,
-              200);
-  }
+  Export()
+      : b(fixtureBackend(
+            dir, *renderer,
+            {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes})) {}
 
   // The archive's entry names, after Info-ZIP found every entry sound.
   std::string entries(const backend::Response& answer) {
     const auto file = dir.path() / "got.zip";
     std::ofstream(file, std::ios::binary | std::ios::trunc) << answer.body;
-    const std::string test = run("unzip -t '" + file.string() + "'");
+    const std::string test = runCommand("unzip -t '" + file.string() + "'");
     EXPECT_NE(test.find("No errors detected"), std::string::npos) << test;
-    return run("unzip -Z1 '" + file.string() + "'");
+    return runCommand("unzip -Z1 '" + file.string() + "'");
   }
 
   cv::Mat entry(const backend::Response& answer, const std::string& name) {
     const auto file = dir.path() / "got.zip";
     std::ofstream(file, std::ios::binary | std::ios::trunc) << answer.body;
-    const std::string bytes = run("unzip -p '" + file.string() + "' '" + name + "'");
+    const std::string bytes = runCommand("unzip -p '" + file.string() + "' '" + name + "'");
     cv::Mat raw(1, static_cast<int>(bytes.size()), CV_8UC1, const_cast<char*>(bytes.data()));
     return cv::imdecode(raw, cv::IMREAD_UNCHANGED);
   }

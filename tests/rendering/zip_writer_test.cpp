@@ -2,7 +2,6 @@
 // Info-ZIP's own reader where it is about being a valid archive.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 
 #include "backend/test_support.h"
@@ -25,17 +24,6 @@ std::uint32_t le32(const std::string& b, std::size_t at) {
 std::uint16_t le16(const std::string& b, std::size_t at) {
   return static_cast<std::uint16_t>(static_cast<unsigned char>(b[at]) |
                                     (static_cast<unsigned char>(b[at + 1]) << 8));
-}
-
-std::string run(const std::string& command) {
-  std::string out;
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  if (!pipe) return out;
-  char buffer[4096];
-  while (std::size_t n = fread(buffer, 1, sizeof buffer, pipe))
-    out.append(buffer, n);
-  pclose(pipe);
-  return out;
 }
 
 TEST(CRC32, MatchesTheStandardCheckValues) {
@@ -102,11 +90,11 @@ TEST(ZipWriter, HeadersCarryUtf8NamesAndSizesAndReadBack) {
   TempDir dir;
   const auto file = dir.path() / "a.zip";
   std::ofstream(file, std::ios::binary) << zip;
-  const std::string test = run("unzip -t '" + file.string() + "'");
+  const std::string test = runCommand("unzip -t '" + file.string() + "'");
   EXPECT_NE(test.find("No errors detected"), std::string::npos) << test;
   // Info-ZIP shows names of archives "made by" MS-DOS in the OEM code page,
   // whatever the UTF-8 flag says; the name's bytes are checked above.
-  const std::string listed = run("unzip -Z1 '" + file.string() + "'");
+  const std::string listed = runCommand("unzip -Z1 '" + file.string() + "'");
   EXPECT_TRUE(listed.starts_with("de/01-") && listed.ends_with("bersicht.png\nen/100-home.png\n"))
       << listed;
 }
