@@ -4,11 +4,13 @@
 #include <benchmark/benchmark.h>
 
 #include <atomic>
+#include <filesystem>
 #include <memory>
 #include <thread>
 #include <vector>
 
 #include "process_memory.h"
+#include "rendering/core_js.h"
 #include "rendering/html_renderer.h"
 
 namespace {
@@ -60,6 +62,25 @@ void BM_PhoneCapture(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_PhoneCapture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(12);
+
+// The phone capture the store image really makes: the sample app's home screen.
+void BM_PhoneCaptureSampleHome(benchmark::State& state) {
+  vells::rendering::CoreJS core{std::filesystem::path(VELLS_SOURCE_RESOURCES)};
+  const auto html = core.string("pageHtml", vells::JSONValue::Object{{"set", "default"},
+                                                                     {"page", "home"},
+                                                                     {"os", "ios"},
+                                                                     {"theme", "light"},
+                                                                     {"locale", "en"},
+                                                                     {"builtin", "home"}});
+  if (!html) {
+    state.SkipWithError("core.js has no home screen");
+    return;
+  }
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(renderer().renderDevice(*html, {393, 852}, 3));
+  }
+}
+BENCHMARK(BM_PhoneCaptureSampleHome)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(12);
 
 void BM_PhoneLoadOnly(benchmark::State& state) {
   const std::string html = phonePage();

@@ -12,7 +12,7 @@
 "use strict";
 
 // Bump when the phone screens draw differently, so old captures are not reused.
-const CAPTURE_REVISION = "tempo-screens-2";
+const CAPTURE_REVISION = "tempo-screens-3";
 // Bump when the store image is laid out differently (title, decoration, layers).
 const COMPOSITE_REVISION = "composite-3";
 
@@ -1900,7 +1900,7 @@ const TEMPO_TONES = {
       line: "rgba(23,23,27,0.08)",
       accentInk: "#E8542B",
       accentSoft: "rgba(255,106,61,0.13)",
-      bar: "rgba(247,245,242,0.84)",
+      bar: "rgba(247,245,242,0.96)",
       tabOff: "#9C99A0",
       shadow: "0 1px 2px rgba(60,40,20,0.04),0 6px 20px rgba(60,40,20,0.055)",
       good: "#16915F",
@@ -1917,7 +1917,7 @@ const TEMPO_TONES = {
       line: "rgba(255,255,255,0.07)",
       accentInk: "#FF8A63",
       accentSoft: "rgba(255,106,61,0.17)",
-      bar: "rgba(20,21,26,0.84)",
+      bar: "rgba(20,21,26,0.96)",
       tabOff: "#71727C",
       shadow: "none",
       good: "#3DD598",
@@ -2216,8 +2216,9 @@ function screenCss(S) {
       ".sb-time{width:136px;text-align:center;font-weight:700;font-size:17px;letter-spacing:-0.2px}" +
       ".sb-icons{width:136px;justify-content:center;gap:6px}" +
       ".homebar{bottom:8px;width:136px;height:5px;margin-left:-68px}" +
-      ".tabbar{height:84px;padding:7px 4px 0;background:" + T.bar + ";backdrop-filter:blur(22px) saturate(1.8);" +
-      "-webkit-backdrop-filter:blur(22px) saturate(1.8);border-top:0.5px solid var(--line)}" +
+      // No backdrop blur: at capture scale it costs a quarter of the screen's
+      // drawing time, and under a bar this opaque nobody could see it.
+      ".tabbar{height:84px;padding:7px 4px 0;background:" + T.bar + ";border-top:0.5px solid var(--line)}" +
       ".tab{gap:2px;color:" + T.tabOff + ";font-weight:700;letter-spacing:0.1px}" +
       ".tab.on{color:var(--accent)}" +
       ".lt{padding:54px 18px 0}" +
