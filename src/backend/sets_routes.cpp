@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <set>
 
+#include "backend/apps.h"
 #include "backend/helpers.h"
 #include "backend/local_backend.h"
 #include "backend/routes.h"
@@ -31,11 +32,6 @@ std::string trimBlanks(std::string_view s) {
   auto first = s.find_first_not_of(blanks);
   if (first == std::string_view::npos) return "";
   return std::string(s.substr(first, s.find_last_not_of(blanks) - first + 1));
-}
-
-bool isListed(const std::string& appId) {
-  return !appId.empty() &&
-         std::all_of(appId.begin(), appId.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 std::optional<JSONValue> stringList(const JSONValue* value) {
