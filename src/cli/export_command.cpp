@@ -52,14 +52,19 @@ struct Combination {
 };
 
 // Renders the combinations on `workers` threads. The backend is safe to call
-// from many threads and hands each render a slot of its own.
+// from many threads and hands each render a slot of its own. A failed render
+// would fail the archive anyway, so the first one stops the work and is
+// thrown; a page with nothing to draw is only reported, as the archive leaves
+// it out.
 void renderAll(LocalBackend& backend, const ExportJob& job, const std::vector<Combination>& all,
                int workers, std::ostream& progress) {
   std::atomic<std::size_t> next{0};
-  std::atomic<std::size_t> finished{0};
+  std::atomic<bool> stop{false};
+  std::size_t finished = 0;
+  std::optional<std::string> failure;
   std::mutex printing;
   auto work = [&] {
-    for (std::size_t i = next++; i < all.size(); i = next++) {
+    for (std::size_t i = next++; i < all.size() && !stop; i = next++) {
       const auto started = std::chrono::steady_clock::now();
       Response answer = backend.handle(get("/composite", {{"set", job.set},
                                                           {"page", all[i].page},
@@ -69,13 +74,18 @@ void renderAll(LocalBackend& backend, const ExportJob& job, const std::vector<Co
       const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
                           std::chrono::steady_clock::now() - started)
                           .count();
+      const std::string what = all[i].locale + " " + all[i].page + " " + job.os + " " + job.theme;
       std::lock_guard<std::mutex> guard(printing);
-      progress << "[" << ++finished << "/" << all.size() << "] " << all[i].locale << " "
-               << all[i].page << " " << job.os << " " << job.theme << ": ";
-      if (answer.status == 200)
+      progress << "[" << ++finished << "/" << all.size() << "] " << what << ": ";
+      if (answer.status == 200) {
         progress << ms << " ms\n";
-      else
+      } else if (answer.status < 500) {
         progress << "left out (" << answer.status << " " << answer.body.substr(0, 200) << ")\n";
+      } else {
+        progress << "failed\n";
+        if (!failure) failure = what + " could not be rendered: " + answer.body;
+        stop = true;
+      }
       progress.flush();
     }
   };
@@ -85,6 +95,7 @@ void renderAll(LocalBackend& backend, const ExportJob& job, const std::vector<Co
   work();
   for (auto& t : threads)
     t.join();
+  if (failure) throw ExportError(*failure);
 }
 
 }  // namespace

@@ -70,5 +70,18 @@ TEST_F(ExportCommand, RendersEveryImageWithProgressThenWritesTheArchive) {
   EXPECT_NE(err.str().find("Wrote 2 images"), std::string::npos) << err.str();
 }
 
+TEST_F(ExportCommand, AFailedRenderStopsTheExportAndSaysWhy) {
+  ::setenv("VELLS_CHROMIUM", "/nonexistent/browser", 1);
+  const auto zip = dir.path() / "a.zip";
+  const int code = run({"--locale", "en", "-o", zip.string()});
+  ::unsetenv("VELLS_CHROMIUM");
+  EXPECT_EQ(code, cli::kExitStatus);
+  EXPECT_NE(err.str().find("could not be rendered: The browser /nonexistent/browser is not "
+                           "installed"),
+            std::string::npos)
+      << err.str();
+  EXPECT_FALSE(fs::exists(zip));
+}
+
 }  // namespace
 }  // namespace vells::testing
