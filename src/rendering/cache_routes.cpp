@@ -55,6 +55,32 @@ Response galleryStatus(HTMLRenderer& renderer, LocalBackend& b, const Request& r
                         {"rendering", rendering}});
 }
 
+// Thumbnails (and the captures they need) of every page in every locale, one
+// after another, so a job holds at most one slot.
+void warmAll(HTMLRenderer& renderer, LocalBackend& b, const CacheQuery& q,
+             const std::vector<std::string>& locales, const std::vector<std::string>& pages,
+             bool interactive, const WarmJobs::ShouldStop& shouldStop) {
+  Compositor c(b, renderer);
+  CompositeRequest cr;
+  cr.set = q.set;
+  cr.os = q.os;
+  cr.theme = q.theme;
+  cr.background = !interactive;
+  cr.thumbOnly = true;
+  for (const auto& locale : locales) {
+    for (const auto& page : pages) {
+      if (shouldStop()) return;
+      cr.locale = locale;
+      cr.page = page;
+      // One failing page must not keep the rest of the set cold.
+      try {
+        c.composite(cr);
+      } catch (...) {
+      }
+    }
+  }
+}
+
 Response warm(HTMLRenderer& renderer, WarmJobs& jobs, LocalBackend& b, const Request& request) {
   const CacheQuery q(request);
   const std::string key = q.key();
@@ -79,30 +105,18 @@ Response warm(HTMLRenderer& renderer, WarmJobs& jobs, LocalBackend& b, const Req
   }
   const bool interactive = request.param("priority") == "interactive";
   const auto combinations = static_cast<std::int64_t>(locales.size() * pages.size());
-  jobs.start(interactive ? WarmJobs::Priority::interactive : WarmJobs::Priority::utility,
-             [&renderer, &b, q, locales, pages, interactive,
+  auto job = [&renderer, &b, q, locales, pages, interactive,
               forget](const WarmJobs::ShouldStop& shouldStop) {
-               Compositor c(b, renderer);
-               CompositeRequest cr;
-               cr.set = q.set;
-               cr.os = q.os;
-               cr.theme = q.theme;
-               cr.background = !interactive;
-               cr.thumbOnly = true;
-               for (const auto& locale : locales) {
-                 for (const auto& page : pages) {
-                   if (shouldStop()) break;
-                   cr.locale = locale;
-                   cr.page = page;
-                   // One failing page must not keep the rest of the set cold.
-                   try {
-                     c.composite(cr);
-                   } catch (...) {
-                   }
-                 }
-               }
-               forget();
-             });
+    warmAll(renderer, b, q, locales, pages, interactive, shouldStop);
+    forget();
+  };
+  try {
+    jobs.start(interactive ? WarmJobs::Priority::interactive : WarmJobs::Priority::utility,
+               std::move(job));
+  } catch (...) {
+    forget();  // a job that never ran must not block the next warm-up
+    throw;
+  }
   return Response::json(JSONValue::Object{{"started", true}, {"combinations", combinations}});
 }
 

@@ -40,11 +40,16 @@ void WarmJobs::start(Priority priority, std::function<void(const ShouldStop&)> j
   std::lock_guard<std::mutex> guard(mutex_);
   reapFinished();
   Job& slot = jobs_.emplace_back();
-  slot.thread = std::thread([this, &slot, priority, work = std::move(job)] {
-    if (priority == Priority::utility) lowerThisThread();
-    work([this] { return stopping_.load(); });
-    slot.done = true;
-  });
+  try {
+    slot.thread = std::thread([this, &slot, priority, work = std::move(job)] {
+      if (priority == Priority::utility) lowerThisThread();
+      work([this] { return stopping_.load(); });
+      slot.done = true;
+    });
+  } catch (...) {
+    jobs_.pop_back();
+    throw;
+  }
 }
 
 }  // namespace vells::rendering
