@@ -1,5 +1,7 @@
 #include "backend/apps.h"
 
+#include "backend/helpers.h"
+
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
@@ -100,20 +102,8 @@ std::optional<std::string> appIdFromLink(std::string_view link) {
 }
 
 std::string unlistedAppId(std::string_view name, std::int64_t nowMs) {
-  std::string slug;
-  bool pendingDash = false;
-  for (char c : name) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    if ((c >= 'a' && c <= 'z') || isDigit(c)) {
-      if (pendingDash && !slug.empty()) slug.push_back('-');
-      pendingDash = false;
-      slug.push_back(c);
-    } else {
-      pendingDash = true;
-    }
-  }
-  if (slug.empty()) slug = "app";
-  return "unlisted-" + slug + "-" + std::to_string(nowMs);
+  const std::string slug = slugOf(name);
+  return "unlisted-" + (slug.empty() ? "app" : slug) + "-" + std::to_string(nowMs);
 }
 
 std::optional<JSONValue::Object> cleanProfile(const JSONValue& value) {

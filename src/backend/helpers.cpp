@@ -78,11 +78,10 @@ std::string safeName(std::string_view name) {
   return out.substr(first, out.find_last_not_of(' ') - first + 1);
 }
 
-std::string newSetId(std::string_view name, std::int64_t nowMs) {
-  std::string lower = toLower(name);
+std::string slugOf(std::string_view name) {
   std::string slug;
   bool pendingDash = false;
-  for (char c : lower) {
+  for (char c : toLower(name)) {
     if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) {
       if (pendingDash && !slug.empty()) slug.push_back('-');
       pendingDash = false;
@@ -91,8 +90,12 @@ std::string newSetId(std::string_view name, std::int64_t nowMs) {
       pendingDash = true;
     }
   }
-  if (slug.empty()) slug = "set";
-  return slug + "-" + std::to_string(nowMs);
+  return slug;
+}
+
+std::string newSetId(std::string_view name, std::int64_t nowMs) {
+  const std::string slug = slugOf(name);
+  return (slug.empty() ? "set" : slug) + "-" + std::to_string(nowMs);
 }
 
 std::int64_t nowMs() {

@@ -26,6 +26,9 @@ double pngAspect(std::string_view bytes);
 std::string sha(std::string_view bytes);
 // Keeps letters, digits, blank, "_", "." and "-", then trims blanks.
 std::string safeName(std::string_view name);
+// The name's ASCII letters (lower-cased) and digits, each run of anything
+// else one "-", none at either end; "" when nothing is left.
+std::string slugOf(std::string_view name);
 // "<slug>-<nowMs>"; the slug is "set" when the name has no letters or digits.
 std::string newSetId(std::string_view name, std::int64_t nowMs);
 std::int64_t nowMs();

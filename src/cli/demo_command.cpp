@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <iostream>
 
+#include "backend/helpers.h"
 #include "backend/local_backend.h"
 #include "cli/demo_set.h"
 #include "cli/export_command.h"
@@ -54,19 +55,6 @@ JSONValue call(LocalBackend& backend, const std::string& method, const std::stri
   return json ? *json : JSONValue();
 }
 
-std::string slug(const std::string& name) {
-  std::string out;
-  for (char c : name) {
-    if (std::isalnum(static_cast<unsigned char>(c)))
-      out += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    else if (!out.empty() && out.back() != '-')
-      out += '-';
-  }
-  while (!out.empty() && out.back() == '-')
-    out.pop_back();
-  return out.empty() ? "demo" : out;
-}
-
 // The set of an earlier run, so that a second run renders only what changed.
 std::optional<std::string> earlierSet(LocalBackend& backend, const std::string& appId) {
   JSONValue sets = call(backend, "GET", "/api/sets");
@@ -100,6 +88,8 @@ int demoCommand(const std::vector<std::string>& args, LocalBackend& backend, int
     const auto appId = config.stringAt("pagesAppId");
     if (!appId) throw ExportError("The built-in pages are missing: core.js could not be loaded.");
     const std::string appName = backend.catalog().pagesAppName().value_or("Sample");
+    std::string appSlug = backend::slugOf(appName);
+    if (appSlug.empty()) appSlug = "demo";
     err << "Library: " << backend.library().root().string() << "\n";
 
     if (!backend.db().app(*appId)) {
@@ -147,7 +137,7 @@ int demoCommand(const std::vector<std::string>& args, LocalBackend& backend, int
     for (const char* os : {"ios", "android"}) {
       for (const char* theme : {"light", "dark"}) {
         ExportJob job{set, os, theme, ""};
-        const fs::path file = dir / (slug(appName) + "-" + os + "-" + theme + ".zip");
+        const fs::path file = dir / (appSlug + "-" + os + "-" + theme + ".zip");
         err << "Exporting " << os << " " << theme << "\n";
         const int count = exportArchive(backend, job, workers, file, err);
         err << "Wrote " << count << " images to " << file.string() << "\n";

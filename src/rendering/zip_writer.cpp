@@ -33,6 +33,22 @@ void put32(std::string& out, std::uint32_t v) {
     out.push_back(static_cast<char>((v >> shift) & 0xFF));
 }
 
+// From "version needed" to "extra length": the same in the local header and
+// in the central directory's record of an entry.
+void putEntryFields(std::string& out, DosTimestamp stamp, std::uint32_t crc, std::uint32_t size,
+                    std::uint16_t nameLength) {
+  put16(out, version);
+  put16(out, utf8Name);
+  put16(out, 0);  // stored
+  put16(out, stamp.time);
+  put16(out, stamp.date);
+  put32(out, crc);
+  put32(out, size);  // compressed
+  put32(out, size);
+  put16(out, nameLength);
+  put16(out, 0);  // extra
+}
+
 }  // namespace
 
 std::uint32_t CRC32::checksum(std::string_view data) {
@@ -71,31 +87,13 @@ void ZipWriter::add(std::string_view name, std::string_view data, DosTimestamp s
   const auto nameLength = static_cast<std::uint16_t>(name.size());
 
   put32(data_, 0x04034B50);
-  put16(data_, version);
-  put16(data_, utf8Name);
-  put16(data_, 0);
-  put16(data_, stamp.time);
-  put16(data_, stamp.date);
-  put32(data_, crc);
-  put32(data_, size);
-  put32(data_, size);
-  put16(data_, nameLength);
-  put16(data_, 0);
+  putEntryFields(data_, stamp, crc, size, nameLength);
   data_.append(name);
   data_.append(data);
 
   put32(central_, 0x02014B50);
-  put16(central_, version);
-  put16(central_, version);
-  put16(central_, utf8Name);
-  put16(central_, 0);
-  put16(central_, stamp.time);
-  put16(central_, stamp.date);
-  put32(central_, crc);
-  put32(central_, size);
-  put32(central_, size);
-  put16(central_, nameLength);
-  put16(central_, 0);  // extra
+  put16(central_, version);  // made by
+  putEntryFields(central_, stamp, crc, size, nameLength);
   put16(central_, 0);  // comment
   put16(central_, 0);  // disk
   put16(central_, 0);  // internal attributes
