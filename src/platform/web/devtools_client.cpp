@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <future>
 #include <sstream>
 #include <vector>
 
@@ -109,37 +110,49 @@ DevToolsClient::DevToolsClient(const fs::path& executable) {
     argv.push_back(a.data());
   argv.push_back(nullptr);
   const pid_t parent = ::getpid();
+  fromBrowser_ = fromChild[0];
 
-  pid_ = ::fork();
-  if (pid_ == 0) {
-    // Only async-signal-safe calls from here to exec.
-    ::setpgid(0, 0);
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent) ::_exit(127);
-    int in = ::fcntl(toChild[0], F_DUPFD, 10);
-    int out = ::fcntl(fromChild[1], F_DUPFD, 10);
-    if (devNull >= 0) ::dup2(devNull, 0);
-    if (logFd >= 0) {
-      ::dup2(logFd, 1);
-      ::dup2(logFd, 2);
+  // The kernel sends the parent-death signal when the *thread* that forked
+  // exits, not the process. A browser forked by a short-lived worker would be
+  // killed in the middle of another worker's render, so the reader thread,
+  // which lives exactly as long as the browser's pipe, is the one that forks.
+  std::promise<pid_t> forked;
+  std::future<pid_t> forkedPid = forked.get_future();
+  reader_ = std::thread([&, this] {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+      // Only async-signal-safe calls from here to exec.
+      ::setpgid(0, 0);
+      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+      if (::getppid() != parent) ::_exit(127);
+      int in = ::fcntl(toChild[0], F_DUPFD, 10);
+      int out = ::fcntl(fromChild[1], F_DUPFD, 10);
+      if (devNull >= 0) ::dup2(devNull, 0);
+      if (logFd >= 0) {
+        ::dup2(logFd, 1);
+        ::dup2(logFd, 2);
+      }
+      if (in < 0 || out < 0 || ::dup2(in, 3) < 0 || ::dup2(out, 4) < 0) ::_exit(127);
+      ::execv(argv[0], argv.data());
+      ::_exit(127);
     }
-    if (in < 0 || out < 0 || ::dup2(in, 3) < 0 || ::dup2(out, 4) < 0) ::_exit(127);
-    ::execv(argv[0], argv.data());
-    ::_exit(127);
-  }
+    forked.set_value(pid);
+    if (pid > 0) readLoop();
+  });
+  pid_ = forkedPid.get();
   ::close(toChild[0]);
   ::close(fromChild[1]);
   if (devNull >= 0) ::close(devNull);
   if (logFd >= 0) ::close(logFd);
   if (pid_ < 0) {
+    reader_.join();
     ::close(toChild[1]);
     ::close(fromChild[0]);
+    fromBrowser_ = -1;
     fs::remove_all(profile_, ec);
     throw DevToolsError(DevToolsError::Kind::closed, "Couldn\u2019t start the browser process.");
   }
   toBrowser_ = toChild[1];
-  fromBrowser_ = fromChild[0];
-  reader_ = std::thread([this] { readLoop(); });
 
   try {
     call("Browser.getVersion", JSONValue::Object{}, {}, std::chrono::seconds(30));
