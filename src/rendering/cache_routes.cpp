@@ -23,6 +23,13 @@ struct CacheQuery {
   explicit CacheQuery(const Request& r)
       : set(r.param("set", "default")), os(backend::osParam(r)), theme(backend::themeParam(r)) {}
   std::string key() const { return set + "|" + os + "|" + theme; }
+  CompositeRequest composite() const {
+    CompositeRequest r;
+    r.set = set;
+    r.os = os;
+    r.theme = theme;
+    return r;
+  }
 };
 
 Response galleryStatus(HTMLRenderer& renderer, LocalBackend& b, const Request& request) {
@@ -31,10 +38,7 @@ Response galleryStatus(HTMLRenderer& renderer, LocalBackend& b, const Request& r
   const auto pages = backend::pagesOf(b, q.set);
   Compositor c(b, renderer);
   JSONValue::Array ready;
-  CompositeRequest cr;
-  cr.set = q.set;
-  cr.os = q.os;
-  cr.theme = q.theme;
+  CompositeRequest cr = q.composite();
   cr.check = true;
   for (const auto& locale : locales) {
     cr.locale = locale;
@@ -61,10 +65,7 @@ void warmAll(HTMLRenderer& renderer, LocalBackend& b, const CacheQuery& q,
              const std::vector<std::string>& locales, const std::vector<std::string>& pages,
              bool interactive, const WarmJobs::ShouldStop& shouldStop) {
   Compositor c(b, renderer);
-  CompositeRequest cr;
-  cr.set = q.set;
-  cr.os = q.os;
-  cr.theme = q.theme;
+  CompositeRequest cr = q.composite();
   cr.background = !interactive;
   cr.thumbOnly = true;
   for (const auto& locale : locales) {
