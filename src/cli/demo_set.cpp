@@ -38,10 +38,11 @@ JSONValue demoTexts() {
 JSONValue demoStyles() {
   JSONValue home = JSONValue::Object{};
   // A rating badge as a free text layer under the title: the kind of claim
-  // listings lead with, and a layer for the archive to show.
+  // listings lead with, and a layer for the archive to show. Layers aren't
+  // translated, so it says nothing a reader of any locale has to read.
   home["layers"] = JSONValue::Array{JSONValue::Object{{"id", "rating"},
                                                       {"kind", "text"},
-                                                      {"text", "★★★★★  Loved by 50,000 people"},
+                                                      {"text", "★★★★★  4.9"},
                                                       {"x", 310},
                                                       {"y", 330},
                                                       {"w", 520},

@@ -1,5 +1,10 @@
 #include <algorithm>
+#include <condition_variable>
 #include <cstdio>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <thread>
 
 #include "backend/helpers.h"
 #include "backend/images.h"
@@ -44,6 +49,64 @@ std::vector<std::string> orderFor(LocalBackend& b, const JSONValue& orderDoc,
   return ids;
 }
 
+struct ArchiveEntry {
+  std::string locale, page, name;
+};
+
+// Renders the entries on `workers` threads and hands each image to `add` in
+// the entries' order, so the archive is the one a render one by one would
+// make, while only the images not added yet are held. The first error stops
+// the work and is thrown once every thread is done.
+void renderInOrder(const std::vector<ArchiveEntry>& entries, int workers,
+                   const std::function<std::optional<std::string>(const ArchiveEntry&)>& render,
+                   const std::function<void(const ArchiveEntry&, const std::string&)>& add) {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<std::optional<std::optional<std::string>>> done(entries.size());
+  std::size_t next = 0;
+  std::exception_ptr error;
+  auto work = [&] {
+    for (;;) {
+      std::size_t i = 0;
+      {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (error || next == entries.size()) return;
+        i = next++;
+      }
+      std::optional<std::string> bytes;
+      std::exception_ptr failed;
+      try {
+        bytes = render(entries[i]);
+      } catch (...) {
+        failed = std::current_exception();
+      }
+      {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (failed && !error) error = failed;
+        done[i] = std::move(bytes);
+      }
+      changed.notify_all();
+    }
+  };
+  {
+    std::vector<std::jthread> threads;
+    for (int k = 0; k < std::max(workers, 1); ++k)
+      threads.emplace_back(work);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      std::optional<std::string> bytes;
+      {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return done[i].has_value() || error; });
+        if (error) break;
+        bytes = std::move(*done[i]);
+        done[i].emplace();  // added: keep the mark, drop the bytes
+      }
+      if (bytes) add(entries[i], *bytes);
+    }
+  }
+  if (error) std::rethrow_exception(error);
+}
+
 Response downloadAll(HTMLRenderer& renderer, LocalBackend& b, const Request& request) {
   const std::string set = request.param("set", "default");
   const std::string os = backend::osParam(request);
@@ -63,25 +126,29 @@ Response downloadAll(HTMLRenderer& renderer, LocalBackend& b, const Request& req
   for (const auto& row : backend::pagesOf(b, set))
     all.emplace_back(row.id);
 
-  Compositor c(b, renderer);
-  CompositeRequest cr;
-  cr.set = set;
-  cr.os = os;
-  cr.theme = theme;
-  ZipWriter zip;
+  std::vector<ArchiveEntry> entries;
   for (const auto& code : locales) {
     const std::string folder = locale.empty() ? code + "/" : "";
-    cr.locale = code;
     const auto order = orderFor(b, *orderDoc, all, code);
-    for (std::size_t i = 0; i < order.size(); ++i) {
-      cr.page = order[i];
-      auto result = c.composite(cr);
-      if (!result) continue;
-      auto bytes = backend::readFile(result->path);
-      if (!bytes) continue;
-      zip.add(exportEntryName(folder, i + 1, order[i]), *bytes);
-    }
+    for (std::size_t i = 0; i < order.size(); ++i)
+      entries.push_back({code, order[i], exportEntryName(folder, i + 1, order[i])});
   }
+  Compositor c(b, renderer);
+  ZipWriter zip;
+  renderInOrder(
+      entries, renderer.maxSlots(),
+      [&](const ArchiveEntry& e) -> std::optional<std::string> {
+        CompositeRequest cr;
+        cr.set = set;
+        cr.page = e.page;
+        cr.os = os;
+        cr.theme = theme;
+        cr.locale = e.locale;
+        auto result = c.composite(cr);
+        if (!result) return std::nullopt;
+        return backend::readFile(result->path);
+      },
+      [&](const ArchiveEntry& e, const std::string& bytes) { zip.add(e.name, bytes); });
   const std::string base =
       locale.empty() ? set + "-" + os + "-" + theme : set + "-" + locale + "-" + os + "-" + theme;
   Response r;

@@ -109,6 +109,23 @@ TEST_F(Export, AnUnreadableImageIsLeftOutWithoutRenumbering) {
   EXPECT_EQ(entries(call(*b, "GET", url)), "02-bare.png\n");
 }
 
+TEST_F(Export, AFailedRenderFailsTheWholeDownload) {
+  // The failing page is neither first nor last, so other pages render beside it.
+  ASSERT_EQ(
+      call(*b, "POST", "/api/texts?set=default", R"({"bare":{"en":{"title":"boom"}}})").status,
+      200);
+  const auto failed = call(*b, "GET", "/api/download-all?set=default&os=ios&theme=light");
+  EXPECT_EQ(failed.status, 500);
+  EXPECT_NE(failed.body.find("the page could not be laid out"), std::string::npos) << failed.body;
+  EXPECT_NE(failed.mime, "application/zip");
+
+  ASSERT_EQ(
+      call(*b, "POST", "/api/texts?set=default", R"({"bare":{"en":{"title":"fine"}}})").status,
+      200);
+  EXPECT_EQ(entries(call(*b, "GET", "/api/download-all?set=default&os=ios&theme=light")),
+            "en/01-home.png\nen/02-bare.png\nde/01-home.png\nde/02-bare.png\n");
+}
+
 TEST_F(Export, RegenerateRemovesOnlyThisSetsOsAndTheme) {
   const fs::path out = b->library().output();
   fs::create_directories(out);
