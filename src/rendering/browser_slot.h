@@ -53,5 +53,7 @@ class BrowserSlot final : public RenderSlot {
 // Bytes that already fit pass through untouched.
 std::string conformPNG(std::string png, int width, int height, bool opaque);
 std::string conformJPEG(std::string jpeg, int width, int height, int quality);
+// A JPEG `width` pixels wide of an opaque PNG, its height in proportion.
+std::string thumbnailJPEG(const std::string& png, int width, int quality);
 
 }  // namespace vells::rendering

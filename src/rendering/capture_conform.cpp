@@ -1,3 +1,4 @@
+#include <cmath>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -80,6 +81,18 @@ std::string conformJPEG(std::string jpeg, int width, int height, int quality) {
   cv::resize(img, resized, cv::Size(width, height), 0, 0,
              width < img.cols ? cv::INTER_AREA : cv::INTER_CUBIC);
   return encode(resized, ".jpg", {cv::IMWRITE_JPEG_QUALITY, quality});
+}
+
+std::string thumbnailJPEG(const std::string& png, int width, int quality) {
+  cv::Mat raw(1, static_cast<int>(png.size()), CV_8UC1, const_cast<char*>(png.data()));
+  cv::Mat img = cv::imdecode(raw, cv::IMREAD_COLOR);
+  if (img.empty() || width < 1) throw RenderError::snapshot();
+  const int height =
+      std::max(1, static_cast<int>(std::lround(static_cast<double>(width) * img.rows / img.cols)));
+  cv::Mat small;
+  cv::resize(img, small, cv::Size(width, height), 0, 0,
+             width < img.cols ? cv::INTER_AREA : cv::INTER_CUBIC);
+  return encode(small, ".jpg", {cv::IMWRITE_JPEG_QUALITY, quality});
 }
 
 }  // namespace vells::rendering

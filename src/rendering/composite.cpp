@@ -1,9 +1,12 @@
 #include "rendering/composite.h"
 
+#include <cmath>
+
 #include "backend/helpers.h"
 #include "backend/images.h"
 #include "backend/sets.h"
 #include "platform/base64.h"
+#include "rendering/browser_slot.h"
 #include "rendering/effects.h"
 
 namespace vells::rendering {
@@ -45,6 +48,16 @@ std::string replaceAll(std::string s, const std::string& from, const std::string
     s.replace(at, from.size(), to);
   }
   return s;
+}
+
+// No thumbnail is no failure: the PNG stands in for it.
+template <typename Make>
+std::string thumbnailOrNothing(Make make) {
+  try {
+    return make();
+  } catch (const RenderError&) {
+    return {};
+  }
 }
 
 }  // namespace
@@ -304,14 +317,14 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
     Effects::flatten(*slot, canvas, std::max(pngScale, thumbW / canvas.width));
     const Rect area{kMargin, kMargin, canvas.width, canvas.height};
     if (needPng) png = slot->capturePNG(area, pngScale * canvas.width, true);
-    if (needThumb) {
-      try {
-        jpeg = slot->captureJPEG(area, thumbW, 80);
-      } catch (const RenderError&) {
-        jpeg.clear();  // no thumbnail is no failure: the PNG stands in for it
-      }
-    }
+    // With the PNG in hand its reduction is the thumbnail: cheaper than a
+    // second capture, and the two can't differ.
+    if (needThumb && !needPng)
+      jpeg = thumbnailOrNothing([&] { return slot->captureJPEG(area, thumbW, 80); });
   }
+  if (needThumb && needPng)
+    jpeg = thumbnailOrNothing(
+        [&] { return thumbnailJPEG(png, static_cast<int>(std::lround(thumbW)), 80); });
   if (!png.empty()) backend::writeFileAtomically(result.path, png);
   if (!jpeg.empty()) backend::writeFileAtomically(result.thumbPath, jpeg);
   result.ready = true;
