@@ -36,7 +36,7 @@ cv::Mat decode(const std::string& bytes) {
   return img;
 }
 
-std::string encode(const cv::Mat& img, const char* ext, std::vector<int> params = {}) {
+std::string encode(const cv::Mat& img, const char* ext, const std::vector<int>& params = {}) {
   std::vector<uchar> out;
   if (!cv::imencode(ext, img, out, params)) throw RenderError::snapshot();
   return std::string(out.begin(), out.end());
