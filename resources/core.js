@@ -2188,6 +2188,8 @@ function screenCss(S) {
     ";--text3:" + T.text3 + ";--line:" + T.line + ";--accent:" + SAMPLE_APP.accent + ";--accentInk:" + T.accentInk +
     ";--accentSoft:" + T.accentSoft + ";--good:" + T.good + ";--goodSoft:" + T.goodSoft + "}" +
     "svg{display:block;flex:none}" +
+    // Japanese has no spaces; phrase analysis wraps a line between phrases, not inside a word.
+    ":lang(ja) #device{word-break:auto-phrase;overflow-wrap:break-word}" +
     (S.rtl ? "[dir=rtl] .flipx svg,[dir=rtl] svg.flipx{transform:scaleX(-1)}" : "") +
     ".sb{position:absolute;top:0;left:0;right:0;z-index:40;display:flex;align-items:center;justify-content:space-between;font-family:" +
     systemFamily(S) + ";color:var(--text)}" +
