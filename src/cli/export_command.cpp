@@ -11,6 +11,7 @@
 #include "backend/local_backend.h"
 #include "backend/sets.h"
 #include "cli/request_command.h"
+#include "rendering/zip_writer.h"
 
 namespace vells::cli {
 
@@ -126,10 +127,7 @@ int exportArchive(LocalBackend& backend, const ExportJob& job, int workers, cons
   Response zip = backend.handle(get("/api/download-all", std::move(query)));
   if (zip.status != 200) throw ExportError("The archive could not be made: " + zip.body);
   backend::writeFileAtomically(file, zip.body);
-  // The count sits in the end record, 10 bytes into the last 22.
-  const auto& b = zip.body;
-  return static_cast<unsigned char>(b[b.size() - 12]) |
-         (static_cast<unsigned char>(b[b.size() - 11]) << 8);
+  return rendering::ZipWriter::entriesOf(zip.body);
 }
 
 int exportCommand(const std::vector<std::string>& args, LocalBackend& backend, int workers,

@@ -134,15 +134,16 @@ Response downloadAll(HTMLRenderer& renderer, LocalBackend& b, const Request& req
       entries.push_back({code, order[i], exportEntryName(folder, i + 1, order[i])});
   }
   Compositor c(b, renderer);
+  CompositeRequest common;
+  common.set = set;
+  common.os = os;
+  common.theme = theme;
   ZipWriter zip;
   renderInOrder(
       entries, renderer.maxSlots(),
       [&](const ArchiveEntry& e) -> std::optional<std::string> {
-        CompositeRequest cr;
-        cr.set = set;
+        CompositeRequest cr = common;
         cr.page = e.page;
-        cr.os = os;
-        cr.theme = theme;
         cr.locale = e.locale;
         auto result = c.composite(cr);
         if (!result) return std::nullopt;

@@ -103,6 +103,13 @@ void ZipWriter::add(std::string_view name, std::string_view data, DosTimestamp s
   ++count_;
 }
 
+std::uint16_t ZipWriter::entriesOf(std::string_view archive) {
+  // The total count sits 10 bytes into the 22-byte end record.
+  if (archive.size() < 22) return 0;
+  const auto at = [&](std::size_t k) { return static_cast<unsigned char>(archive[k]); };
+  return static_cast<std::uint16_t>(at(archive.size() - 12) | (at(archive.size() - 11) << 8));
+}
+
 std::string ZipWriter::finish() {
   const auto start = static_cast<std::uint32_t>(data_.size());
   const auto centralSize = static_cast<std::uint32_t>(central_.size());

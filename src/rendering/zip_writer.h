@@ -30,6 +30,9 @@ class ZipWriter {
   // The archive; the writer is spent afterwards.
   std::string finish();
   std::uint16_t count() const { return count_; }
+  // The number of entries of an archive `finish` made, from its end record;
+  // 0 for anything too short to hold one.
+  static std::uint16_t entriesOf(std::string_view archive);
 
  private:
   std::string data_, central_;
