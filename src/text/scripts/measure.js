@@ -1,10 +1,9 @@
-#include "text/measure_script.h"
+// Measures a store-image page where it really falls: the title's lines, clamp
+// and ink, words too wide for their column, text off the canvas or over the
+// phone, layers too small or over the title. It runs as the body of an async
+// function in the loaded page, laid out at canvas size, and answers
+// { issues, title, layers, phone } in canvas pixels.
 
-namespace vells::text {
-
-// Runs as the body of an async function in a loaded store-image page, laid out
-// at canvas size, and returns the page's own part of the report.
-const std::string_view kMeasureScript = R"JS(
 const W = innerWidth, H = innerHeight;
 const px = Math.round;
 const issues = [];
@@ -119,6 +118,3 @@ for (const el of document.querySelectorAll("[data-vell-layer]")) {
 }
 
 return { issues, title, layers, phone: phone ? rounded(phone) : null };
-)JS";
-
-}  // namespace vells::text
