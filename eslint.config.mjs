@@ -28,7 +28,9 @@ const declared = new Map(
   }),
 );
 const globalsBesides = (part) =>
-  Object.fromEntries(parts.filter((other) => other !== part).flatMap((other) => declared.get(other)));
+  Object.fromEntries(
+    parts.filter((other) => other !== part).flatMap((other) => declared.get(other)),
+  );
 
 const coreScript = {
   sourceType: "script",

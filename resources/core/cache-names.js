@@ -33,15 +33,39 @@ function namePrefix(k) {
 // it, never on the title or the style around it, so a title edit reuses them.
 function captureNames(context, k) {
   return context.remember(
-    "captures\u0001" + k.set + "\u0001" + k.page + "\u0001" + k.builtin + "\u0001" + k.os + "\u0001" + k.theme + "\u0001" + k.locale,
+    "captures\u0001" +
+      k.set +
+      "\u0001" +
+      k.page +
+      "\u0001" +
+      k.builtin +
+      "\u0001" +
+      k.os +
+      "\u0001" +
+      k.theme +
+      "\u0001" +
+      k.locale,
     () => {
       const text = context.text(k.page, k.locale);
       const hash = hash64(
-        JSON.stringify([CAPTURE_REVISION, k.set, k.page, k.builtin, k.os, k.theme, k.locale, text.screenHash]),
+        JSON.stringify([
+          CAPTURE_REVISION,
+          k.set,
+          k.page,
+          k.builtin,
+          k.os,
+          k.theme,
+          k.locale,
+          text.screenHash,
+        ]),
       );
       const base = namePrefix(k) + "-" + hash;
       return {
-        captures: { hero: base + "-hero.png", heroRect: base + "-hero.json", phone: base + "-phone.png" },
+        captures: {
+          hero: base + "-hero.png",
+          heroRect: base + "-hero.json",
+          phone: base + "-phone.png",
+        },
         vell: base + "-screen.png",
       };
     },

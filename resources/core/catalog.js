@@ -43,11 +43,30 @@ const STORE_LOCALES = [
   ["ko", "한국어", "KR", "Korean"],
   ["zh-Hans", "简体中文", "CN", "Chinese (Simplified)"],
   ["zh-Hant", "繁體中文", "TW", "Chinese (Traditional)"],
-].map(([code, nativeName, region, englishName]) => ({ code, nativeName, flag: flagOf(region), englishName }));
+].map(([code, nativeName, region, englishName]) => ({
+  code,
+  nativeName,
+  flag: flagOf(region),
+  englishName,
+}));
 
 // Offered for a new set: the markets most apps localise for first, plus the
 // right-to-left pair the layout has to get right.
-const DEFAULT_LOCALE_CODES = ["en", "de", "fr", "es", "it", "pt-BR", "nl", "ru", "ja", "ko", "zh-Hans", "ar", "fa"];
+const DEFAULT_LOCALE_CODES = [
+  "en",
+  "de",
+  "fr",
+  "es",
+  "it",
+  "pt-BR",
+  "nl",
+  "ru",
+  "ja",
+  "ko",
+  "zh-Hans",
+  "ar",
+  "fa",
+];
 
 // Families are the names the pages declare; `face` is the typeface behind it.
 const FONT_FILES = (() => {
@@ -118,7 +137,10 @@ function buildCatalog() {
     pages: SAMPLE_PAGES.map((p) => ({ id: p.id, label: p.label })),
     pagesAppId: SAMPLE_APP.id,
     pagesAppName: SAMPLE_APP.name,
-    locales: DEFAULT_LOCALE_CODES.map((code) => ({ ...byCode.get(code), label: byCode.get(code).nativeName })),
+    locales: DEFAULT_LOCALE_CODES.map((code) => ({
+      ...byCode.get(code),
+      label: byCode.get(code).nativeName,
+    })),
     storeLocales: STORE_LOCALES.map((l) => ({ ...l })),
     storeLocaleCodes: STORE_LOCALES.map((l) => l.code),
     devices: DEVICES,

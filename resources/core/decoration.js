@@ -41,8 +41,19 @@ function decorPalette(st) {
 
 function sparkleSvg(x, y, size, color, rotate) {
   return (
-    '<svg style="position:absolute;left:' + fx(x - size / 2) + "px;top:" + fx(y - size / 2) + "px;width:" + fx(size) + "px;height:" + fx(size) +
-    "px" + (rotate ? ";transform:rotate(" + rotate + "deg)" : "") + '" viewBox="0 0 24 24"><path fill="' + color + '" d="' +
+    '<svg style="position:absolute;left:' +
+    fx(x - size / 2) +
+    "px;top:" +
+    fx(y - size / 2) +
+    "px;width:" +
+    fx(size) +
+    "px;height:" +
+    fx(size) +
+    "px" +
+    (rotate ? ";transform:rotate(" + rotate + "deg)" : "") +
+    '" viewBox="0 0 24 24"><path fill="' +
+    color +
+    '" d="' +
     "M12 1.5c.9 6.1 3.4 8.9 9.9 10.2v.6c-6.5 1.3-9 4.1-9.9 10.2h-.2c-.9-6.1-3.4-8.9-9.9-10.2v-.6C8.4 10.4 10.9 7.6 11.8 1.5z" +
     '"/></svg>'
   );
@@ -50,15 +61,33 @@ function sparkleSvg(x, y, size, color, rotate) {
 
 function blobDiv(cx, cy, d, color) {
   return (
-    '<div style="position:absolute;left:' + fx(cx - d / 2) + "px;top:" + fx(cy - d / 2) + "px;width:" + fx(d) + "px;height:" + fx(d) +
-    "px;border-radius:50%;background:radial-gradient(closest-side," + color + ",rgba(255,255,255,0) 100%)\"></div>"
+    '<div style="position:absolute;left:' +
+    fx(cx - d / 2) +
+    "px;top:" +
+    fx(cy - d / 2) +
+    "px;width:" +
+    fx(d) +
+    "px;height:" +
+    fx(d) +
+    "px;border-radius:50%;background:radial-gradient(closest-side," +
+    color +
+    ',rgba(255,255,255,0) 100%)"></div>'
   );
 }
 
 function circleDiv(cx, cy, d, css) {
   return (
-    '<div style="position:absolute;left:' + fx(cx - d / 2) + "px;top:" + fx(cy - d / 2) + "px;width:" + fx(d) + "px;height:" + fx(d) +
-    "px;border-radius:50%;" + css + '"></div>'
+    '<div style="position:absolute;left:' +
+    fx(cx - d / 2) +
+    "px;top:" +
+    fx(cy - d / 2) +
+    "px;width:" +
+    fx(d) +
+    "px;height:" +
+    fx(d) +
+    "px;border-radius:50%;" +
+    css +
+    '"></div>'
   );
 }
 
@@ -67,7 +96,9 @@ function titleBand(L, st, hasTitle, titleLines) {
   if (!hasTitle) return null;
   const lines = Math.max(1, Math.min(4, Math.round(numberOr(titleLines, 2)) || 2));
   const size = numberOr(st.titleSize, 66);
-  const h = lines * size * numberOr(st.titleLineHeight, 1.12) + 2 * Math.min(36, Math.ceil(size * 0.08 + numberOr(st.titleStroke, 0) / 2));
+  const h =
+    lines * size * numberOr(st.titleLineHeight, 1.12) +
+    2 * Math.min(36, Math.ceil(size * 0.08 + numberOr(st.titleStroke, 0) / 2));
   const bandTop = L.bottomText ? L.comp.h - L.textSpace : 0;
   const centre = bandTop + L.textSpace / 2 + numberOr(st.titleOffsetY, 0);
   return { top: centre - h / 2 - 10, bottom: centre + h / 2 + 10 };
@@ -96,16 +127,45 @@ function calloutHtml(L, st, hero, uri, tilt) {
   // hairline of light keeps a dark plate apart from the dark screen under it.
   // Any other hero shape casts its shadow from its own pixels.
   const shadow = plate
-    ? "border-radius:" + fx(PLATE_RADIUS[L.os] * kx * lift) + "px;" +
+    ? "border-radius:" +
+      fx(PLATE_RADIUS[L.os] * kx * lift) +
+      "px;" +
       "box-shadow:0px 0px 0.6px rgba(255,255,255,0.45),0px 24px 32px rgba(0,0,0,0.34),0px 5px 10px rgba(0,0,0,0.16)"
     : "filter:drop-shadow(0px 14px 22px rgba(0,0,0,0.3))";
   const img =
-    '<img alt="" src="' + esc(uri) + '" style="position:absolute;left:' + fx(cx - cw / 2) + "px;top:" + fx(cy - ch / 2) + "px;width:" + fx(cw) + "px;height:" + fx(ch) +
-    "px;" + shadow + '">';
-  const inner = '<div style="position:absolute;inset:0' + (tilt ? ";transform:" + tilt : "") + '">' + img + "</div>";
+    '<img alt="" src="' +
+    esc(uri) +
+    '" style="position:absolute;left:' +
+    fx(cx - cw / 2) +
+    "px;top:" +
+    fx(cy - ch / 2) +
+    "px;width:" +
+    fx(cw) +
+    "px;height:" +
+    fx(ch) +
+    "px;" +
+    shadow +
+    '">';
+  const inner =
+    '<div style="position:absolute;inset:0' +
+    (tilt ? ";transform:" + tilt : "") +
+    '">' +
+    img +
+    "</div>";
   return (
-    '<div class="callout" style="position:absolute;left:' + L.left + "px;top:" + L.top + "px;width:" + L.width + "px;height:" + L.height + "px" +
-    (tilt ? ";perspective:" + fx(Math.max(1, numberOr(st.phonePerspective, 1800))) + "px" : "") + '">' + inner + "</div>"
+    '<div class="callout" style="position:absolute;left:' +
+    L.left +
+    "px;top:" +
+    L.top +
+    "px;width:" +
+    L.width +
+    "px;height:" +
+    L.height +
+    "px" +
+    (tilt ? ";perspective:" + fx(Math.max(1, numberOr(st.phonePerspective, 1800))) + "px" : "") +
+    '">' +
+    inner +
+    "</div>"
   );
 }
 
@@ -133,12 +193,26 @@ function decorArt(page, os, st, hero, heroUri, hasTitle, titleLines) {
   let behind = "";
   // A halo over the phone's top edge lifts it off the backdrop.
   behind +=
-    '<div style="position:absolute;left:' + fx(left - pw * 0.2) + "px;top:" + fx(Y(top) - pw * 0.3) + "px;width:" + fx(pw * 1.4) + "px;height:" + fx(pw * 0.6) +
-    "px;border-radius:50%;background:radial-gradient(closest-side," + P.halo + ',rgba(255,255,255,0))"></div>';
+    '<div style="position:absolute;left:' +
+    fx(left - pw * 0.2) +
+    "px;top:" +
+    fx(Y(top) - pw * 0.3) +
+    "px;width:" +
+    fx(pw * 1.4) +
+    "px;height:" +
+    fx(pw * 0.6) +
+    "px;border-radius:50%;background:radial-gradient(closest-side," +
+    P.halo +
+    ',rgba(255,255,255,0))"></div>';
   behind += blobDiv(X(left - pw * 0.06), Y(top + ph * (alt ? 0.34 : 0.2)), pw * 0.95, P.glowA);
   behind += blobDiv(X(right + pw * 0.04), Y(top + ph * (alt ? 0.12 : 0.52)), pw * 0.9, P.glowB);
   const ringD = pw * 0.62;
-  behind += circleDiv(X(right - pw * 0.04), Y(top + ph * (alt ? 0.52 : 0.07)), ringD, "box-shadow:inset 0 0 0 3px " + P.ring);
+  behind += circleDiv(
+    X(right - pw * 0.04),
+    Y(top + ph * (alt ? 0.52 : 0.07)),
+    ringD,
+    "box-shadow:inset 0 0 0 3px " + P.ring,
+  );
   // A small grid of dots in the margin, half behind the phone.
   const gx = left - 44;
   const gy = top + ph * (alt ? 0.16 : 0.34);

@@ -39,7 +39,8 @@ class DocumentContext {
       const screen = own(entry, "screen");
       const overrides = {};
       if (isPlainObject(screen)) {
-        for (const key of Object.keys(screen)) if (typeof screen[key] === "string") overrides[key] = screen[key];
+        for (const key of Object.keys(screen))
+          if (typeof screen[key] === "string") overrides[key] = screen[key];
       }
       const screenCanonical = canonicalJSON(overrides);
       return {
@@ -48,7 +49,10 @@ class DocumentContext {
         overrides,
         screenHash: hash64(screenCanonical),
         wordsHash: hash64(
-          canonicalJSON([typeof title === "string" ? title : null, typeof subtitle === "string" ? subtitle : null]),
+          canonicalJSON([
+            typeof title === "string" ? title : null,
+            typeof subtitle === "string" ? subtitle : null,
+          ]),
         ),
       };
     });
@@ -63,7 +67,8 @@ function rememberDocs(args) {
   const key = stringArg(args.key);
   rememberedDocs.delete(key);
   rememberedDocs.set(key, new DocumentContext(args.texts, args.styles));
-  while (rememberedDocs.size > DOCS_CAPACITY) rememberedDocs.delete(rememberedDocs.keys().next().value);
+  while (rememberedDocs.size > DOCS_CAPACITY)
+    rememberedDocs.delete(rememberedDocs.keys().next().value);
   return null;
 }
 

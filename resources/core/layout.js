@@ -48,7 +48,17 @@ function compositeLayout(os, st) {
   let top = st.textPos === "bottom" ? comp.h - textSpace - h : textSpace;
   top += numberOr(st.phoneOffsetY, 0);
   left += numberOr(st.phoneOffsetX, 0);
-  return { os, comp, device, left, top, width: w, height: h, textSpace, bottomText: st.textPos === "bottom" };
+  return {
+    os,
+    comp,
+    device,
+    left,
+    top,
+    width: w,
+    height: h,
+    textSpace,
+    bottomText: st.textPos === "bottom",
+  };
 }
 
 const RING_WIDTH = { ios: 10.34, android: 10.69 };
@@ -117,7 +127,10 @@ function splitTitleLines(title) {
 
 function accentHtml(text, accent) {
   const escaped = String(text).replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/>/g, "&gt;");
-  return escaped.replace(/\*([^*]+)\*/g, (m, inner) => '<span style="color:' + accent + '">' + inner + "</span>");
+  return escaped.replace(
+    /\*([^*]+)\*/g,
+    (m, inner) => '<span style="color:' + accent + '">' + inner + "</span>",
+  );
 }
 
 // The families of the title faces; CJK and emoji fall back after them, so
@@ -141,7 +154,9 @@ function textFontWeight(weight, rtl) {
 }
 
 function safeMime(mime) {
-  return typeof mime === "string" && /^[A-Za-z0-9.+-]+\/[A-Za-z0-9.+-]+$/.test(mime) ? mime : "image/png";
+  return typeof mime === "string" && /^[A-Za-z0-9.+-]+\/[A-Za-z0-9.+-]+$/.test(mime)
+    ? mime
+    : "image/png";
 }
 
 // A data: URI from {mime, base64}; null when there is no usable picture.

@@ -47,7 +47,10 @@ function parseColor(value) {
   }
   m = /^rgba?\(([^)]*)\)$/i.exec(v);
   if (m) {
-    const parts = m[1].split(/[\s,/]+/).filter(Boolean).map(Number);
+    const parts = m[1]
+      .split(/[\s,/]+/)
+      .filter(Boolean)
+      .map(Number);
     if (parts.length < 3 || parts.some((p) => !Number.isFinite(p))) return null;
     return [parts[0], parts[1], parts[2], parts.length > 3 ? parts[3] : 1];
   }

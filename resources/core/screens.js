@@ -8,7 +8,13 @@ function builtinScreen(args, context) {
   if (!hasOwn.call(PAGE_BUILDERS, builtin)) return null;
   const locale = stringArg(args.locale);
   const overrides = context.text(page, locale).overrides;
-  const S = screenContext(builtin, normalOs(stringArg(args.os)), stringArg(args.theme) === "light" ? "light" : "dark", locale, overrides);
+  const S = screenContext(
+    builtin,
+    normalOs(stringArg(args.os)),
+    stringArg(args.theme) === "light" ? "light" : "dark",
+    locale,
+    overrides,
+  );
   return S ? { S, build: PAGE_BUILDERS[builtin] } : null;
 }
 
@@ -34,14 +40,23 @@ function uploadPreviewHtml(args) {
   const theme = stringArg(args.theme) === "light" ? "light" : "dark";
   const url = safeUri(args.imageUrl);
   const inner = url
-    ? '<img alt="" src="' + esc(url) + '" style="position:absolute;left:0;top:0;width:100%;height:100%;object-fit:cover;object-position:top">'
+    ? '<img alt="" src="' +
+      esc(url) +
+      '" style="position:absolute;left:0;top:0;width:100%;height:100%;object-fit:cover;object-position:top">'
     : placeholderScreen(stringArg(args.label), theme);
   return (
     '<!DOCTYPE html><html><head><meta charset="utf-8"><style>html,body{margin:0;padding:0;width:100%;height:100%;overflow:hidden;background:transparent}' +
-    "#device{position:relative;width:100vw;height:100vh;overflow:hidden;background:" + (theme === "light" ? "#F5F3EF" : "#0E0F13") + "}" +
+    "#device{position:relative;width:100vw;height:100vh;overflow:hidden;background:" +
+    (theme === "light" ? "#F5F3EF" : "#0E0F13") +
+    "}" +
     ".hw-android{display:none}@media (min-width:400px){.hw-ios{display:none}.hw-android{display:block}}" +
-    '</style></head><body><div id="device">' + inner +
-    '<div class="hw-ios">' + hardwareHtml("ios") + '</div><div class="hw-android">' + hardwareHtml("android") + "</div>" +
+    '</style></head><body><div id="device">' +
+    inner +
+    '<div class="hw-ios">' +
+    hardwareHtml("ios") +
+    '</div><div class="hw-android">' +
+    hardwareHtml("android") +
+    "</div>" +
     "</div></body></html>"
   );
 }

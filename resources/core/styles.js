@@ -56,7 +56,13 @@ function decodeStyleLevel(entry) {
   for (const [name, kind] of STYLE_FIELDS) {
     const value = own(entry, name);
     if (value === undefined || value === null) continue;
-    if (kind === "number" ? typeof value !== "number" : kind === "string" ? typeof value !== "string" : false) {
+    if (
+      kind === "number"
+        ? typeof value !== "number"
+        : kind === "string"
+          ? typeof value !== "string"
+          : false
+    ) {
       return null;
     }
     level.push([name, value]);

@@ -51,7 +51,12 @@ const SCREEN_DATA = {
       {
         key: "group.morning",
         habits: [
-          { key: "habit.run", icon: "run", tint: "#ff6a3d", week: [null, 1, null, 1, null, null, 1] },
+          {
+            key: "habit.run",
+            icon: "run",
+            tint: "#ff6a3d",
+            week: [null, 1, null, 1, null, null, 1],
+          },
           { key: "habit.meditate", icon: "lotus", tint: "#19b394", week: [1, 1, 1, 1, 1, 1, 1] },
           { key: "habit.water", icon: "drop", tint: "#2f9bff", week: [1, 1, 0, 1, 1, 1, 1] },
         ],
@@ -95,7 +100,12 @@ const SCREEN_DATA = {
     ],
   },
   settings: {
-    toggles: { "reminder.morning": true, "reminder.evening": true, "reminder.smart": false, "general.health": true },
+    toggles: {
+      "reminder.morning": true,
+      "reminder.evening": true,
+      "reminder.smart": false,
+      "general.health": true,
+    },
     theme: "theme.system",
   },
 };

@@ -134,13 +134,31 @@ function statusBar(S) {
       '<svg width="16" height="12" viewBox="0 0 16 12" fill="none" stroke="currentColor" stroke-width="1.9" stroke-linecap="round"><path d="M1.3 4.4a9.7 9.7 0 0 1 13.4 0"/><path d="M3.9 7.2a6 6 0 0 1 8.2 0"/><circle cx="8" cy="10.3" r="1.35" fill="currentColor" stroke="none"/></svg>';
     const battery =
       '<svg width="27" height="13" viewBox="0 0 27 13"><rect x="0.6" y="0.6" width="22.8" height="11.8" rx="3.7" fill="none" stroke="currentColor" stroke-opacity="0.4" stroke-width="1.1"/><rect x="2.3" y="2.3" width="17.6" height="8.4" rx="2.1" fill="currentColor"/><path d="M24.9 4.4v4.2c.9-.3 1.5-1.1 1.5-2.1s-.6-1.8-1.5-2.1z" fill="currentColor" fill-opacity="0.45"/></svg>';
-    return '<div class="sb">' + time + '<span class="sb-icons">' + signal + wifi + battery + "</span></div>";
+    return (
+      '<div class="sb">' +
+      time +
+      '<span class="sb-icons">' +
+      signal +
+      wifi +
+      battery +
+      "</span></div>"
+    );
   }
-  const wifi = '<svg width="17" height="17" viewBox="0 0 24 24" fill="currentColor"><path d="M12 20.6L.7 8.7a16.2 16.2 0 0 1 22.6 0z"/></svg>';
-  const signal = '<svg width="15" height="15" viewBox="0 0 24 24" fill="currentColor"><path d="M22 22H2L22 2z"/></svg>';
+  const wifi =
+    '<svg width="17" height="17" viewBox="0 0 24 24" fill="currentColor"><path d="M12 20.6L.7 8.7a16.2 16.2 0 0 1 22.6 0z"/></svg>';
+  const signal =
+    '<svg width="15" height="15" viewBox="0 0 24 24" fill="currentColor"><path d="M22 22H2L22 2z"/></svg>';
   const battery =
     '<svg width="10" height="17" viewBox="0 0 10 17" fill="currentColor"><rect x="3" y="0" width="4" height="2.2" rx="0.7"/><rect x="0.4" y="1.6" width="9.2" height="15.4" rx="1.9"/></svg>';
-  return '<div class="sb">' + time + '<span class="sb-icons">' + wifi + signal + battery + "</span></div>";
+  return (
+    '<div class="sb">' +
+    time +
+    '<span class="sb-icons">' +
+    wifi +
+    signal +
+    battery +
+    "</span></div>"
+  );
 }
 
 // The five destinations of Tempo; `active` is the key of the current one.
@@ -161,10 +179,23 @@ function tabBar(S, active) {
   for (const [key, glyph] of TEMPO_TABS) {
     const on = key === active;
     if (S.ios) {
-      items += '<div class="tab' + (on ? " on" : "") + '">' + icon(glyph, 27) + "<span>" + S.t(key) + "</span></div>";
+      items +=
+        '<div class="tab' +
+        (on ? " on" : "") +
+        '">' +
+        icon(glyph, 27) +
+        "<span>" +
+        S.t(key) +
+        "</span></div>";
     } else {
       items +=
-        '<div class="tab' + (on ? " on" : "") + '"><span class="pill">' + icon(glyph, 24) + "</span><span>" + S.t(key) + "</span></div>";
+        '<div class="tab' +
+        (on ? " on" : "") +
+        '"><span class="pill">' +
+        icon(glyph, 24) +
+        "</span><span>" +
+        S.t(key) +
+        "</span></div>";
     }
   }
   return '<nav class="tabbar" style="font-size:' + size + 'px">' + items + "</nav>";
@@ -176,7 +207,9 @@ function homeIndicator() {
 
 // iOS root screens: a large title under the status bar, actions above it.
 function iosLargeTitle(S, title, opts = {}) {
-  const actions = opts.actions ? '<div class="navrow"><span></span><span class="navacts">' + opts.actions + "</span></div>" : "";
+  const actions = opts.actions
+    ? '<div class="navrow"><span></span><span class="navacts">' + opts.actions + "</span></div>"
+    : "";
   const eyebrow = opts.eyebrow ? '<div class="eyebrow">' + opts.eyebrow + "</div>" : "";
   const trailing = opts.trailing || "";
   return (
@@ -196,7 +229,13 @@ function iosLargeTitle(S, title, opts = {}) {
 
 // Android screens: a top app bar with its title at the start and actions at the end.
 function androidTopBar(S, opts) {
-  const nav = opts.back ? '<span class="iconbtn flipx" aria-label="' + opts.back + '">' + icon("arrowBack", 24) + "</span>" : "";
+  const nav = opts.back
+    ? '<span class="iconbtn flipx" aria-label="' +
+      opts.back +
+      '">' +
+      icon("arrowBack", 24) +
+      "</span>"
+    : "";
   const acts = (opts.actions || []).map((a) => '<span class="iconbtn">' + a + "</span>").join("");
   return (
     '<header class="appbar">' +
@@ -267,7 +306,13 @@ function checkMark(S, done, tint, size = 28) {
 
 function toggle(S, on) {
   if (S.ios) return '<span class="sw' + (on ? " on" : "") + '"><span class="knob"></span></span>';
-  return '<span class="sw' + (on ? " on" : "") + '"><span class="knob">' + (on ? icon("check", 16) : "") + "</span></span>";
+  return (
+    '<span class="sw' +
+    (on ? " on" : "") +
+    '"><span class="knob">' +
+    (on ? icon("check", 16) : "") +
+    "</span></span>"
+  );
 }
 
 // iOS segmented control / Android segmented buttons.
@@ -275,7 +320,14 @@ function segmented(S, labels, selected) {
   let out = '<div class="seg">';
   labels.forEach((label, i) => {
     const on = i === selected;
-    out += '<span class="seg-item' + (on ? " on" : "") + '">' + (on && S.android ? icon("check", 17) : "") + "<span>" + label + "</span></span>";
+    out +=
+      '<span class="seg-item' +
+      (on ? " on" : "") +
+      '">' +
+      (on && S.android ? icon("check", 17) : "") +
+      "<span>" +
+      label +
+      "</span></span>";
   });
   return out + "</div>";
 }
@@ -288,7 +340,22 @@ function arcPath(cx, cy, r, from, to) {
   const x2 = cx + r * Math.cos(rad(to));
   const y2 = cy + r * Math.sin(rad(to));
   const large = to - from > 180 ? 1 : 0;
-  return "M" + fx(x1) + " " + fx(y1) + "A" + fx(r) + " " + fx(r) + " 0 " + large + " 1 " + fx(x2) + " " + fx(y2);
+  return (
+    "M" +
+    fx(x1) +
+    " " +
+    fx(y1) +
+    "A" +
+    fx(r) +
+    " " +
+    fx(r) +
+    " 0 " +
+    large +
+    " 1 " +
+    fx(x2) +
+    " " +
+    fx(y2)
+  );
 }
 
 // The shared stylesheet of every screen of one platform and theme.
@@ -299,22 +366,65 @@ function screenCss(S) {
   const ios = S.ios;
   let css =
     "*{box-sizing:border-box;margin:0;padding:0}" +
-    "html,body{background:transparent;overflow:hidden;width:" + W + "px;height:" + H + "px}" +
-    "#device{position:relative;width:" + W + "px;height:" + H + "px;border-radius:" + S.device.radius + "px;overflow:hidden;" +
-    "background:" + T.bg + ";color:" + T.text + ";font-family:" + uiFamily(S) + ";font-size:15px;line-height:1.3;" +
+    "html,body{background:transparent;overflow:hidden;width:" +
+    W +
+    "px;height:" +
+    H +
+    "px}" +
+    "#device{position:relative;width:" +
+    W +
+    "px;height:" +
+    H +
+    "px;border-radius:" +
+    S.device.radius +
+    "px;overflow:hidden;" +
+    "background:" +
+    T.bg +
+    ";color:" +
+    T.text +
+    ";font-family:" +
+    uiFamily(S) +
+    ";font-size:15px;line-height:1.3;" +
     "-webkit-font-smoothing:antialiased;text-rendering:geometricPrecision;font-variant-numeric:tabular-nums;" +
-    "--bg:" + T.bg + ";--card:" + T.card + ";--fill:" + T.fill + ";--fill2:" + T.fill2 + ";--text:" + T.text + ";--text2:" + T.text2 +
-    ";--text3:" + T.text3 + ";--line:" + T.line + ";--accent:" + SAMPLE_APP.accent + ";--accentInk:" + T.accentInk +
-    ";--accentSoft:" + T.accentSoft + ";--good:" + T.good + ";--goodSoft:" + T.goodSoft + "}" +
+    "--bg:" +
+    T.bg +
+    ";--card:" +
+    T.card +
+    ";--fill:" +
+    T.fill +
+    ";--fill2:" +
+    T.fill2 +
+    ";--text:" +
+    T.text +
+    ";--text2:" +
+    T.text2 +
+    ";--text3:" +
+    T.text3 +
+    ";--line:" +
+    T.line +
+    ";--accent:" +
+    SAMPLE_APP.accent +
+    ";--accentInk:" +
+    T.accentInk +
+    ";--accentSoft:" +
+    T.accentSoft +
+    ";--good:" +
+    T.good +
+    ";--goodSoft:" +
+    T.goodSoft +
+    "}" +
     "svg{display:block;flex:none}" +
     // Japanese has no spaces; phrase analysis wraps a line between phrases, not inside a word.
     ":lang(ja) #device{word-break:auto-phrase;overflow-wrap:break-word}" +
     (S.rtl ? "[dir=rtl] .flipx svg,[dir=rtl] svg.flipx{transform:scaleX(-1)}" : "") +
     ".sb{position:absolute;top:0;left:0;right:0;z-index:40;display:flex;align-items:center;justify-content:space-between;font-family:" +
-    systemFamily(S) + ";color:var(--text)}" +
+    systemFamily(S) +
+    ";color:var(--text)}" +
     ".sb-icons{display:flex;align-items:center}" +
     ".content{position:absolute;left:0;right:0;top:0;bottom:0;overflow:hidden}" +
-    ".card{background:var(--card);box-shadow:" + T.shadow + "}" +
+    ".card{background:var(--card);box-shadow:" +
+    T.shadow +
+    "}" +
     ".tile{display:inline-flex;align-items:center;justify-content:center;flex:none}" +
     ".check{display:inline-flex;align-items:center;justify-content:center;border-radius:50%;flex:none;color:#fff;box-shadow:inset 0 0 0 2px var(--fill2)}" +
     ".check.on{box-shadow:none}" +
@@ -339,8 +449,12 @@ function screenCss(S) {
       ".homebar{bottom:8px;width:136px;height:5px;margin-left:-68px}" +
       // No backdrop blur: at capture scale it costs a quarter of the screen's
       // drawing time, and under a bar this opaque nobody could see it.
-      ".tabbar{height:84px;padding:7px 4px 0;background:" + T.bar + ";border-top:0.5px solid var(--line)}" +
-      ".tab{gap:2px;color:" + T.tabOff + ";font-weight:700;letter-spacing:0.1px}" +
+      ".tabbar{height:84px;padding:7px 4px 0;background:" +
+      T.bar +
+      ";border-top:0.5px solid var(--line)}" +
+      ".tab{gap:2px;color:" +
+      T.tabOff +
+      ";font-weight:700;letter-spacing:0.1px}" +
       ".tab.on{color:var(--accent)}" +
       ".lt{padding:54px 18px 0}" +
       ".navrow{height:44px;display:flex;align-items:center;justify-content:space-between}" +
@@ -350,10 +464,16 @@ function screenCss(S) {
       ".lt h1{font-size:34px;font-weight:850;letter-spacing:-0.4px;line-height:1.12}" +
       ".eyebrow{font-size:13px;font-weight:800;color:var(--text2);text-transform:uppercase;letter-spacing:0.6px;margin-bottom:1px}" +
       ".roundbtn{width:34px;height:34px;border-radius:50%;display:inline-flex;align-items:center;justify-content:center;background:var(--accentSoft);color:var(--accentInk)}" +
-      ".seg{background:" + (S.dark ? "rgba(118,118,128,0.24)" : "rgba(118,118,128,0.12)") + ";border-radius:10px;padding:2px;height:34px}" +
+      ".seg{background:" +
+      (S.dark ? "rgba(118,118,128,0.24)" : "rgba(118,118,128,0.12)") +
+      ";border-radius:10px;padding:2px;height:34px}" +
       ".seg-item{border-radius:8px;font-size:14px;font-weight:700;color:var(--text)}" +
-      ".seg-item.on{background:" + (S.dark ? "#5B5C63" : "#FFFFFF") + ";box-shadow:0 2px 6px rgba(0,0,0,0.10),0 0 0 0.5px rgba(0,0,0,0.04);font-weight:800}" +
-      ".sw{width:51px;height:31px;border-radius:16px;background:" + (S.dark ? "#3A3A40" : "#E3E1DD") + ";padding:2px}" +
+      ".seg-item.on{background:" +
+      (S.dark ? "#5B5C63" : "#FFFFFF") +
+      ";box-shadow:0 2px 6px rgba(0,0,0,0.10),0 0 0 0.5px rgba(0,0,0,0.04);font-weight:800}" +
+      ".sw{width:51px;height:31px;border-radius:16px;background:" +
+      (S.dark ? "#3A3A40" : "#E3E1DD") +
+      ";padding:2px}" +
       ".sw.on{background:var(--accent)}" +
       ".sw .knob{width:27px;height:27px;border-radius:50%;background:#fff;box-shadow:0 3px 8px rgba(0,0,0,0.15),0 1px 1px rgba(0,0,0,0.10)}" +
       ".sw.on .knob{margin-inline-start:20px}" +
@@ -366,20 +486,40 @@ function screenCss(S) {
       ".sb{height:44px;padding:2px 24px 0 26px;padding-inline:26px 22px;font-size:14.5px;font-weight:500;letter-spacing:0.1px}" +
       ".sb-icons{gap:7px}" +
       ".homebar{bottom:9px;width:108px;height:4px;margin-left:-54px;border-radius:2px;opacity:0.55}" +
-      ".tabbar{height:106px;padding:12px 6px 0;background:" + T.bar + "}" +
-      ".tab{gap:4px;color:" + T.tabOff + ";font-weight:700}" +
+      ".tabbar{height:106px;padding:12px 6px 0;background:" +
+      T.bar +
+      "}" +
+      ".tab{gap:4px;color:" +
+      T.tabOff +
+      ";font-weight:700}" +
       ".tab .pill{width:64px;height:32px;border-radius:16px;display:flex;align-items:center;justify-content:center}" +
       ".tab.on{color:var(--text);font-weight:850}" +
-      ".tab.on .pill{background:" + T.indicator + ";color:" + T.onIndicator + "}" +
+      ".tab.on .pill{background:" +
+      T.indicator +
+      ";color:" +
+      T.onIndicator +
+      "}" +
       ".appbar{position:absolute;top:44px;left:0;right:0;height:64px;display:flex;align-items:center;gap:4px;padding:0 8px 0 8px;z-index:20}" +
       ".appbar-title{flex:1;min-width:0;font-size:23px;font-weight:750;letter-spacing:-0.1px;padding-inline:10px 0;white-space:nowrap;overflow:hidden}" +
       ".iconbtn{width:48px;height:48px;display:inline-flex;align-items:center;justify-content:center;color:var(--text2);flex:none}" +
-      ".seg{border-radius:20px;height:40px;box-shadow:inset 0 0 0 1px " + T.text3 + ";overflow:hidden}" +
+      ".seg{border-radius:20px;height:40px;box-shadow:inset 0 0 0 1px " +
+      T.text3 +
+      ";overflow:hidden}" +
       ".seg-item{font-size:14px;font-weight:750;color:var(--text)}" +
-      ".seg-item+.seg-item{box-shadow:inset 1px 0 0 " + T.text3 + "}" +
-      ".seg-item.on{background:" + T.indicator + ";color:" + T.onIndicator + "}" +
-      ".sw{width:52px;height:32px;border-radius:16px;background:var(--fill);box-shadow:inset 0 0 0 2px " + T.text3 + ";padding:0 8px}" +
-      ".sw .knob{width:16px;height:16px;border-radius:50%;background:" + T.text3 + "}" +
+      ".seg-item+.seg-item{box-shadow:inset 1px 0 0 " +
+      T.text3 +
+      "}" +
+      ".seg-item.on{background:" +
+      T.indicator +
+      ";color:" +
+      T.onIndicator +
+      "}" +
+      ".sw{width:52px;height:32px;border-radius:16px;background:var(--fill);box-shadow:inset 0 0 0 2px " +
+      T.text3 +
+      ";padding:0 8px}" +
+      ".sw .knob{width:16px;height:16px;border-radius:50%;background:" +
+      T.text3 +
+      "}" +
       ".sw.on{background:var(--accent);box-shadow:none;padding:0 4px}" +
       ".sw.on .knob{width:24px;height:24px;background:#fff;color:var(--accent);margin-inline-start:20px}" +
       ".group-label{font-size:14px;font-weight:850;color:var(--accentInk);padding:0 16px 8px;letter-spacing:0.1px}" +

@@ -230,7 +230,8 @@ const SCREEN_STRINGS = {
       "stat.total": "Insgesamt",
       "stat.total.value": "148 Einheiten",
       "notes.title": "Notizen",
-      "notes.body": "Zehn Minuten direkt nach dem Kaffee klappen am besten. Sonntag den Body-Scan ausprobieren.",
+      "notes.body":
+        "Zehn Minuten direkt nach dem Kaffee klappen am besten. Sonntag den Body-Scan ausprobieren.",
       "action.done": "Als erledigt markieren",
     },
     insights: {
@@ -366,7 +367,8 @@ const SCREEN_STRINGS = {
       "stat.total": "Au total",
       "stat.total.value": "148 séances",
       "notes.title": "Notes",
-      "notes.body": "Dix minutes juste après le café, c’est l’idéal. Essayer le scan corporel dimanche.",
+      "notes.body":
+        "Dix minutes juste après le café, c’est l’idéal. Essayer le scan corporel dimanche.",
       "action.done": "Marquer comme fait",
     },
     insights: {
@@ -502,7 +504,8 @@ const SCREEN_STRINGS = {
       "stat.total": "En total",
       "stat.total.value": "148 sesiones",
       "notes.title": "Notas",
-      "notes.body": "Diez minutos justo después del café funcionan mejor. Probar el escaneo corporal el domingo.",
+      "notes.body":
+        "Diez minutos justo después del café funcionan mejor. Probar el escaneo corporal el domingo.",
       "action.done": "Marcar como hecho",
     },
     insights: {
@@ -977,11 +980,43 @@ const SCREEN_STRINGS = {
 // Wording that Android words differently (its own names for haptics and the
 // health store).
 const SCREEN_STRINGS_ANDROID = {
-  en: { settings: { "general.sounds": "Sounds & vibration", "general.health": "Sync with Health Connect" } },
-  de: { settings: { "general.sounds": "Töne & Vibration", "general.health": "Mit Health Connect synchronisieren" } },
-  fr: { settings: { "general.sounds": "Sons et vibreur", "general.health": "Synchroniser avec Santé Connect" } },
-  es: { settings: { "general.sounds": "Sonidos y vibración", "general.health": "Sincronizar con Health Connect" } },
-  ja: { settings: { "general.sounds": "サウンドとバイブレーション", "general.health": "ヘルスコネクトと同期" } },
-  ar: { settings: { "general.sounds": "الأصوات والاهتزاز", "general.health": "المزامنة مع Health Connect" } },
-  fa: { settings: { "general.sounds": "صدا و لرزش", "general.health": "همگام‌سازی با Health Connect" } },
+  en: {
+    settings: {
+      "general.sounds": "Sounds & vibration",
+      "general.health": "Sync with Health Connect",
+    },
+  },
+  de: {
+    settings: {
+      "general.sounds": "Töne & Vibration",
+      "general.health": "Mit Health Connect synchronisieren",
+    },
+  },
+  fr: {
+    settings: {
+      "general.sounds": "Sons et vibreur",
+      "general.health": "Synchroniser avec Santé Connect",
+    },
+  },
+  es: {
+    settings: {
+      "general.sounds": "Sonidos y vibración",
+      "general.health": "Sincronizar con Health Connect",
+    },
+  },
+  ja: {
+    settings: {
+      "general.sounds": "サウンドとバイブレーション",
+      "general.health": "ヘルスコネクトと同期",
+    },
+  },
+  ar: {
+    settings: {
+      "general.sounds": "الأصوات والاهتزاز",
+      "general.health": "المزامنة مع Health Connect",
+    },
+  },
+  fa: {
+    settings: { "general.sounds": "صدا و لرزش", "general.health": "همگام‌سازی با Health Connect" },
+  },
 };
