@@ -46,7 +46,7 @@ function documentObject(value) {
   if (typeof value === "string") {
     try {
       value = JSON.parse(value);
-    } catch (e) {
+    } catch {
       return {};
     }
   }
