@@ -9,7 +9,7 @@
 namespace vells::assistants {
 
 // The most bytes Linux takes in one argument, its terminating zero included.
-inline constexpr qsizetype kMaxArgumentBytes = 128 * 1024;
+inline constexpr qsizetype kMaxArgumentBytes = qsizetype{128} * 1024;
 
 // The argument vector that runs `tool` on `request`, one element per argument
 // and read-only whatever the access. `streamText` asks Claude Code for the

@@ -15,13 +15,8 @@ namespace vells::assistants {
 namespace {
 
 constexpr int kLaunchWaitMs = 10000;
-
-// SIGTERM now and SIGKILL after the grace: the kill fires even when the run
-// that asked for it is gone, so a tool that ignores SIGTERM can't outlive it.
-void terminateGroup(qint64 leader) {
-  signalProcessGroup(leader, SIGTERM);
-  QTimer::singleShot(AgentRun::kStopGrace, [leader] { signalProcessGroup(leader, SIGKILL); });
-}
+// SIGKILL takes effect at once; this only bounds the reaping.
+constexpr int kReapMs = 2000;
 
 }  // namespace
 
@@ -41,18 +36,28 @@ AgentRun::AgentRun(AITool tool, QObject* parent)
   };
   silence_.setSingleShot(true);
   total_.setSingleShot(true);
+  kill_.setSingleShot(true);
   connect(&silence_, &QTimer::timeout, this, [this] { stopAs(Ending::timedOut); });
   connect(&total_, &QTimer::timeout, this, [this] { stopAs(Ending::timedOut); });
+  connect(&kill_, &QTimer::timeout, this, [this] { signalProcessGroup(leader_, SIGKILL); });
 }
 
 AgentRun::~AgentRun() {
-  if (!process_ || process_->state() == QProcess::NotRunning) return;
-  // A running QProcess is never destroyed: it is stopped and left to delete
-  // itself once the child has been reaped.
-  QProcess* orphan = process_.release();
-  orphan->disconnect(this);
-  connect(orphan, &QProcess::finished, orphan, &QObject::deleteLater);
-  terminateGroup(leader_);
+  // An owner that lets go of a run has no use for its end: the group gets no
+  // grace, and the child is reaped here, so a running QProcess is never
+  // destroyed and nothing of the tool is left behind.
+  process_->disconnect(this);
+  if (process_->state() != QProcess::NotRunning) {
+    signalProcessGroup(leader_, SIGKILL);
+    process_->waitForFinished(kReapMs);
+  } else if (kill_.isActive()) {
+    signalProcessGroup(leader_, SIGKILL);
+  }
+}
+
+void AgentRun::terminateGroup() {
+  signalProcessGroup(leader_, SIGTERM);
+  if (!kill_.isActive()) kill_.start(kStopGrace);
 }
 
 void AgentRun::start(const AgentRequest& request, const std::optional<QString>& loginPath) {
@@ -115,7 +120,7 @@ void AgentRun::stopAs(Ending ending) {
   stopReason_ = ending;
   silence_.stop();
   total_.stop();
-  terminateGroup(leader_);
+  terminateGroup();
 }
 
 bool AgentRun::isRunning() const {
@@ -148,7 +153,7 @@ void AgentRun::finished(int exitCode, QProcess::ExitStatus status) {
   total_.stop();
   process_->disconnect(this);
   // Whatever the tool left running in its group goes with it.
-  terminateGroup(leader_);
+  terminateGroup();
 
   if (stopReason_) {
     ending_ = *stopReason_;

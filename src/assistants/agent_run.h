@@ -22,8 +22,8 @@ namespace vells::assistants {
 //
 // Owners set the callbacks before `start` and keep the run until `onExit` has
 // come. A run dropped early says nothing more; a child still running then is
-// stopped and reaped in the background, never left to the destructor. Inside a
-// callback, release the run with deleteLater().
+// killed with its group and reaped at once. Inside a callback, release the run
+// with deleteLater().
 class AgentRun : public QObject {
   Q_OBJECT
 
@@ -65,8 +65,9 @@ class AgentRun : public QObject {
   // then nothing runs.
   void start(const AgentRequest& request, const std::optional<QString>& loginPath);
 
-  // SIGTERM to the child's group, SIGKILL 2 s later; the end then comes the
-  // ordinary way, as `Ending::stopped`.
+  // SIGTERM to the child's group, SIGKILL 2 s later to what is left of it
+  // while the run is kept; the end then comes the ordinary way, as
+  // `Ending::stopped`.
   void stop();
 
   bool isRunning() const;
@@ -81,6 +82,7 @@ class AgentRun : public QObject {
   void readOutput();
   void finished(int exitCode, QProcess::ExitStatus status);
   void stopAs(Ending ending);
+  void terminateGroup();
 
   AITool tool_;
   Limits limits_;
@@ -91,6 +93,7 @@ class AgentRun : public QObject {
   qint64 leader_ = 0;
   QTimer silence_;
   QTimer total_;
+  QTimer kill_;
 };
 
 }  // namespace vells::assistants

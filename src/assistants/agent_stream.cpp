@@ -102,7 +102,7 @@ void AgentStream::claudeEvent(const QJsonObject& event) {
       onText(stringField(delta, QStringLiteral("text")));
     }
   } else if (type == QStringLiteral("assistant")) {
-    for (const QJsonValue& element : content) {
+    for (const auto& element : content) {
       const QJsonObject block = element.toObject();
       if (stringField(block, QStringLiteral("type")) != QStringLiteral("tool_use")) continue;
       if (onToolCall) {
@@ -112,7 +112,7 @@ void AgentStream::claudeEvent(const QJsonObject& event) {
       }
     }
   } else if (type == QStringLiteral("user")) {
-    for (const QJsonValue& element : content) {
+    for (const auto& element : content) {
       const QJsonObject block = element.toObject();
       if (stringField(block, QStringLiteral("type")) != QStringLiteral("tool_result")) continue;
       if (onToolResult) {

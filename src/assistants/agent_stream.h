@@ -23,7 +23,7 @@ class AgentStream {
  public:
   // Longer than any reply a tool gives in one event; a line that grows past
   // it is a flood, not an answer.
-  static constexpr qsizetype kMaxLineBytes = 16 * 1024 * 1024;
+  static constexpr qsizetype kMaxLineBytes = qsizetype{16} * 1024 * 1024;
 
   std::function<void(const ToolCall&)> onToolCall;
   std::function<void(bool failed)> onToolResult;

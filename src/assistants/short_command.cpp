@@ -50,7 +50,7 @@ std::optional<QString> runShortCommand(const QString& program, const QStringList
 QString lastLine(const QString& output) {
   const QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
   for (auto it = lines.crbegin(); it != lines.crend(); ++it) {
-    const QString line = it->trimmed();
+    QString line = it->trimmed();
     if (!line.isEmpty()) return line;
   }
   return {};

@@ -71,11 +71,13 @@ DetectedTool ToolFinder::detect(AITool tool) const {
 
 std::vector<DetectedTool> ToolFinder::detectTools() const {
   std::vector<std::future<DetectedTool>> searches;
+  searches.reserve(kAllTools.size());
   for (AITool tool : kAllTools) {
     searches.push_back(std::async(std::launch::async, [this, tool] { return detect(tool); }));
   }
   // Collected in the fixed order, whichever search ends first.
   std::vector<DetectedTool> tools;
+  tools.reserve(searches.size());
   for (auto& search : searches)
     tools.push_back(search.get());
   return tools;

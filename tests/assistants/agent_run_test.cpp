@@ -231,7 +231,7 @@ TEST_F(AgentRunTest, AToolThatNeverAnswersIsStoppedAtItsTimeLimit) {
 TEST_F(AgentRunTest, ARequestTooLongFailsBeforeAnythingStarts) {
   Outcome outcome;
   auto run = makeRun(AITool::claude, outcome);
-  AgentRequest r = request(AITool::claude, QString(200 * 1024, QLatin1Char('a')));
+  AgentRequest r = request(AITool::claude, QString(qsizetype{200} * 1024, QLatin1Char('a')));
   EXPECT_THROW(run->start(r, std::nullopt), AssistantError);
   EXPECT_FALSE(run->isRunning());
   waitUntil([] { return false; }, std::chrono::milliseconds(100));

@@ -93,7 +93,7 @@ TEST(AgentStream, GarbageIsPassedOverAndAnUnfinishedLastLineNeverRead) {
 
 TEST(AgentStream, AFloodWithoutLineFeedsIsDroppedAndTheStreamGoesOn) {
   AgentStream stream(AITool::claude);
-  const QByteArray chunk(1024 * 1024, 'x');
+  const QByteArray chunk(qsizetype{1024} * 1024, 'x');
   for (int i = 0; i < 40; ++i)
     stream.consume(chunk);  // 40 MiB in one "line"
   stream.consume("tail of the flood\n{\"type\":\"result\",\"result\":\"after\"}\n");
