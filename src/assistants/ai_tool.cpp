@@ -2,40 +2,35 @@
 
 namespace vells::assistants {
 
+namespace {
+
+struct ToolNames {
+  const char* raw;
+  const char* display;
+  const char* maker;
+};
+
+// In the order of the enumeration.
+constexpr ToolNames kNames[] = {
+    {"claude", "Claude Code", "Anthropic"},
+    {"codex", "Codex CLI", "OpenAI"},
+    {"gemini", "Gemini CLI", "Google"},
+};
+
+const ToolNames& names(AITool tool) {
+  return kNames[static_cast<size_t>(tool)];
+}
+
+}  // namespace
+
 QString rawValue(AITool tool) {
-  switch (tool) {
-    case AITool::claude:
-      return QStringLiteral("claude");
-    case AITool::codex:
-      return QStringLiteral("codex");
-    case AITool::gemini:
-      return QStringLiteral("gemini");
-  }
-  return {};
+  return QString::fromLatin1(names(tool).raw);
 }
-
 QString displayName(AITool tool) {
-  switch (tool) {
-    case AITool::claude:
-      return QStringLiteral("Claude Code");
-    case AITool::codex:
-      return QStringLiteral("Codex CLI");
-    case AITool::gemini:
-      return QStringLiteral("Gemini CLI");
-  }
-  return {};
+  return QString::fromLatin1(names(tool).display);
 }
-
 QString makerWord(AITool tool) {
-  switch (tool) {
-    case AITool::claude:
-      return QStringLiteral("Anthropic");
-    case AITool::codex:
-      return QStringLiteral("OpenAI");
-    case AITool::gemini:
-      return QStringLiteral("Google");
-  }
-  return {};
+  return QString::fromLatin1(names(tool).maker);
 }
 
 std::optional<AITool> toolFromRawValue(const QString& value) {

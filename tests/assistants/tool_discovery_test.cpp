@@ -170,6 +170,19 @@ TEST(ToolPreference, ASecondCallerWaitsForTheSearchUnderWay) {
   EXPECT_EQ(searches, 1);
 }
 
+TEST(AIToolWords, EachToolIsNamedByItsStoredValue) {
+  QStringList names;
+  for (AITool tool : kAllTools) {
+    EXPECT_EQ(toolFromRawValue(rawValue(tool)), tool);
+    names << rawValue(tool) + QLatin1Char('/') + displayName(tool) + QLatin1Char('/') +
+                 makerWord(tool);
+  }
+  EXPECT_EQ(names, (QStringList{"claude/Claude Code/Anthropic", "codex/Codex CLI/OpenAI",
+                                "gemini/Gemini CLI/Google"}));
+  EXPECT_EQ(toolFromRawValue("Claude"), std::nullopt);
+  EXPECT_EQ(toolFromRawValue(""), std::nullopt);
+}
+
 TEST(AIToolWords, TheSettingsWarnOnlyAboutAChosenToolThatIsGone) {
   const std::vector<DetectedTool> detected{{AITool::claude, "/c", "1.0"},
                                            {AITool::codex, std::nullopt, std::nullopt},
