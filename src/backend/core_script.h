@@ -7,6 +7,7 @@
 #include <string>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 namespace vells::backend {
 
@@ -48,7 +49,7 @@ class CoreScript {
   virtual std::optional<std::filesystem::path> assetsRoot() const = 0;
 };
 
-class CoreError : public std::runtime_error {
+class CoreError : public Error {
  public:
   enum class Kind { exception, missingBundle };
 
@@ -58,12 +59,13 @@ class CoreError : public std::runtime_error {
   static CoreError missingBundle() {
     return CoreError(
         Kind::missingBundle,
-        "core.js is missing from the app bundle \u2014 rebuild with apps/macos/build.sh.");
+        "core.js is missing from the resources folder \u2014 set VELLS_RESOURCES to the "
+        "folder that holds it, or reinstall Vellora.");
   }
   Kind kind() const { return kind_; }
 
  private:
-  CoreError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  CoreError(Kind kind, const std::string& message) : Error(message), kind_(kind) {}
   Kind kind_;
 };
 

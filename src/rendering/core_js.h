@@ -26,7 +26,6 @@ class CoreJS final : public backend::CoreScript {
   explicit CoreJS(std::optional<std::filesystem::path> resourceDir);
   ~CoreJS() override;
 
-  static std::shared_ptr<CoreJS> shared();
   // $VELLS_RESOURCES when set, else the installed share folder, else the
   // source tree's resources/ when it holds core.js.
   static std::optional<std::filesystem::path> resourceDir();

@@ -7,13 +7,14 @@
 #include <string>
 #include <string_view>
 #include <vector>
+#include "platform/error.h"
 
 namespace vells::platform {
 
 // A script exception, with the script's own text ("TypeError: …").
-class ScriptException : public std::runtime_error {
+class ScriptException : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 // A value a host function hands back to the script.

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace vells::text {
+namespace vells::routes {
 
 // The script that measures a store-image page where it really falls: the
 // title's lines, clamp and ink, words too wide for their column, text off the
@@ -10,4 +10,4 @@ namespace vells::text {
 // `{issues, title, layers, phone}` in canvas pixels.
 extern const std::string_view kMeasureScript;
 
-}  // namespace vells::text
+}  // namespace vells::routes

@@ -1,6 +1,6 @@
-#include "text/measure_script.h"
+#include "routes/measure_script.h"
 
-namespace vells::text {
+namespace vells::routes {
 
 // Runs as the body of an async function in a loaded store-image page, laid out
 // at canvas size, and returns the page's own part of the report.
@@ -121,4 +121,4 @@ for (const el of document.querySelectorAll("[data-vell-layer]")) {
 return { issues, title, layers, phone: phone ? rounded(phone) : null };
 )JS";
 
-}  // namespace vells::text
+}  // namespace vells::routes
