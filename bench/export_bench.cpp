@@ -13,10 +13,10 @@
 #include "cli/demo_set.h"
 #include "cli/export_command.h"
 #include "process_memory.h"
-#include "routes/cache_routes.h"
 #include "rendering/core_js.h"
-#include "routes/page_routes.h"
 #include "rendering/zip_writer.h"
+#include "routes/cache_routes.h"
+#include "routes/page_routes.h"
 
 namespace {
 

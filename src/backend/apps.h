@@ -46,8 +46,7 @@ class LookupError : public Error {
   long status() const { return status_; }
 
  private:
-  LookupError(long status, const std::string& message)
-      : Error(message), status_(status) {}
+  LookupError(long status, const std::string& message) : Error(message), status_(status) {}
   long status_;
 };
 

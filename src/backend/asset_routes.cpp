@@ -1,9 +1,9 @@
 #include <filesystem>
 
 #include "backend/file_io.h"
-#include "platform/ascii.h"
 #include "backend/local_backend.h"
 #include "backend/routes.h"
+#include "platform/ascii.h"
 
 namespace vells::backend {
 

@@ -1,14 +1,14 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "backend/mime.h"
 #include "backend/file_io.h"
-#include "backend/request_params.h"
-#include "platform/ascii.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/mime.h"
+#include "backend/request_params.h"
 #include "backend/routes.h"
 #include "backend/sets.h"
+#include "platform/ascii.h"
 
 namespace vells::backend {
 

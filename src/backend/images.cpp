@@ -11,10 +11,10 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "backend/mime.h"
 #include "backend/content_name.h"
-#include "backend/ids.h"
 #include "backend/file_io.h"
+#include "backend/ids.h"
+#include "backend/mime.h"
 
 namespace vells::backend {
 
@@ -38,14 +38,13 @@ std::optional<fs::path> firstWithExtension(const fs::path& folder, const std::st
 
 [[noreturn]] void writeFailed(const fs::path& file, int error) {
   throw LibraryError("Couldn’t write " + file.string() + ": " +
-                           std::system_category().message(error));
+                     std::system_category().message(error));
 }
 
 void makeFolder(const fs::path& folder) {
   std::error_code ec;
   fs::create_directories(folder, ec);
-  if (ec)
-    throw LibraryError("Couldn’t create the folder " + folder.string() + ": " + ec.message());
+  if (ec) throw LibraryError("Couldn’t create the folder " + folder.string() + ": " + ec.message());
 }
 
 std::string tempName(const fs::path& file) {

@@ -36,8 +36,7 @@ Response Response::error(std::string_view message, int status) {
   return json(JSONValue::Object{{"ok", false}, {"error", std::string(message)}}, status);
 }
 
-Failure::Failure(Response response)
-    : Error(response.body), response_(std::move(response)) {}
+Failure::Failure(Response response) : Error(response.body), response_(std::move(response)) {}
 
 Failure::Failure(int status, std::string_view message)
     : Error(std::string(message)), response_(Response::error(message, status)) {}

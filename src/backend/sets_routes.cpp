@@ -3,10 +3,10 @@
 #include <set>
 
 #include "backend/apps.h"
-#include "backend/ids.h"
 #include "backend/file_io.h"
-#include "backend/request_params.h"
+#include "backend/ids.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/routes.h"
 #include "backend/sets.h"
 

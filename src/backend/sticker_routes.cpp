@@ -1,13 +1,13 @@
 #include <filesystem>
 
-#include "backend/mime.h"
-#include "backend/ids.h"
 #include "backend/file_io.h"
-#include "platform/ascii.h"
+#include "backend/ids.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/mime.h"
 #include "backend/name_order.h"
 #include "backend/routes.h"
+#include "platform/ascii.h"
 
 namespace vells::backend {
 

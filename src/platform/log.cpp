@@ -7,10 +7,14 @@ namespace vells::platform {
 
 std::string_view levelName(LogLevel level) {
   switch (level) {
-    case LogLevel::debug: return "debug";
-    case LogLevel::info: return "info";
-    case LogLevel::warning: return "warning";
-    case LogLevel::error: return "error";
+    case LogLevel::debug:
+      return "debug";
+    case LogLevel::info:
+      return "info";
+    case LogLevel::warning:
+      return "warning";
+    case LogLevel::error:
+      return "error";
   }
   return "info";
 }

@@ -7,8 +7,8 @@ namespace vells::platform {
 
 // One step of UTF-8 decoding.
 struct UTF8Step {
-  char32_t value = 0;       // U+FFFD when the bytes form no character
-  std::size_t length = 0;   // bytes taken; at least one unless at the end
+  char32_t value = 0;      // U+FFFD when the bytes form no character
+  std::size_t length = 0;  // bytes taken; at least one unless at the end
   bool valid = false;
 };
 

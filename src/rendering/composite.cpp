@@ -2,12 +2,12 @@
 
 #include <cmath>
 
-#include "backend/mime.h"
-#include "document/records.h"
-#include "backend/ids.h"
 #include "backend/file_io.h"
+#include "backend/ids.h"
 #include "backend/images.h"
+#include "backend/mime.h"
 #include "backend/sets.h"
+#include "document/records.h"
 #include "platform/base64.h"
 #include "rendering/browser_slot.h"
 #include "rendering/effects.h"
@@ -215,7 +215,8 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   }
 
   // Stage 3: the composite's name.
-  const auto backgroundFile = backend::findImage(backend_.library().backgrounds(), r.set, r.page, r.os);
+  const auto backgroundFile =
+      backend::findImage(backend_.library().backgrounds(), r.set, r.page, r.os);
   const auto overlayFile = backend::findImage(backend_.library().overlays(), r.set, r.page, r.os);
   JSONValue nameArgs = common;
   nameArgs["hasBackground"] = backgroundFile.has_value();
@@ -292,10 +293,13 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
     // With the PNG in hand its reduction is the thumbnail: cheaper than a
     // second capture, and the two can't differ.
     if (needThumb && !needPng)
-      jpeg = thumbnailOrNothing(backend_.log(), result.thumbPath.filename().string(), [&] { return slot->captureJPEG(area, thumbW, 80); });
+      jpeg = thumbnailOrNothing(backend_.log(), result.thumbPath.filename().string(),
+                                [&] { return slot->captureJPEG(area, thumbW, 80); });
   }
   if (needThumb && needPng)
-    jpeg = thumbnailOrNothing(backend_.log(), result.thumbPath.filename().string(), [&] { return thumbnailJPEG(png, static_cast<int>(std::lround(thumbW)), 80); });
+    jpeg = thumbnailOrNothing(backend_.log(), result.thumbPath.filename().string(), [&] {
+      return thumbnailJPEG(png, static_cast<int>(std::lround(thumbW)), 80);
+    });
   if (!png.empty()) backend::writeFileAtomically(result.path, png);
   if (!jpeg.empty()) backend::writeFileAtomically(result.thumbPath, jpeg);
   result.ready = true;

@@ -33,7 +33,9 @@ class RenderError : public Error {
   static RenderError missing(const std::string& selector) {
     return RenderError(Kind::missing, selector + " was not found in the rendered page.");
   }
-  static RenderError snapshot() { return RenderError(Kind::snapshot, "The headless browser returned no image."); }
+  static RenderError snapshot() {
+    return RenderError(Kind::snapshot, "The headless browser returned no image.");
+  }
   // The browser itself failed (a script error in the page, a time-out, a crash
   // outside a load): its own words.
   static RenderError engine(const std::string& message) {

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <memory>
 
-#include "backend/request_params.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
 #include "rendering/composite.h"
 #include "rendering/warm_jobs.h"

@@ -7,13 +7,13 @@
 #include <thread>
 
 #include "backend/file_io.h"
-#include "backend/request_params.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
-#include "routes/cache_routes.h"
 #include "rendering/composite.h"
 #include "rendering/zip_writer.h"
+#include "routes/cache_routes.h"
 
 namespace vells::routes {
 

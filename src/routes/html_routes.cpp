@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "backend/request_params.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 
 namespace vells::routes {
 

@@ -1,10 +1,10 @@
 #include "routes/page_routes.h"
 
-#include "backend/mime.h"
 #include "backend/file_io.h"
-#include "backend/request_params.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/mime.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
 #include "backend/url_request.h"
 #include "rendering/composite.h"

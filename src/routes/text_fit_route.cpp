@@ -2,13 +2,13 @@
 #include <set>
 
 #include "backend/images.h"
-#include "backend/request_params.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
 #include "rendering/composite.h"
 #include "routes/measure_script.h"
-#include "text/readability.h"
 #include "routes/text_routes.h"
+#include "text/readability.h"
 
 namespace vells::routes {
 

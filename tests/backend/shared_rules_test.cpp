@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "backend/mime.h"
 #include "backend/content_name.h"
 #include "backend/ids.h"
+#include "backend/mime.h"
 #include "backend/request_params.h"
 #include "backend/sets.h"
 #include "backend/url_request.h"

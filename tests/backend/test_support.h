@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "backend/core_script.h"
 #include "backend/content_name.h"
+#include "backend/core_script.h"
 #include "backend/file_io.h"
 #include "backend/ids.h"
 #include "backend/local_backend.h"

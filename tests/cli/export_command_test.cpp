@@ -8,8 +8,8 @@
 #include "backend/test_support.h"
 #include "cli/export_command.h"
 #include "cli/request_command.h"
-#include "routes/cache_routes.h"
 #include "rendering/fixture_backend.h"
+#include "routes/cache_routes.h"
 #include "routes/page_routes.h"
 
 namespace vells::testing {

@@ -33,7 +33,8 @@ TEST(Log, StderrUntilAHandlerIsSetAndAfterItIsCleared) {
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "vellora: warning: No thumbnail for a.jpg\n");
 
   Lines lines;
-  log.setHandler([&](LogLevel level, std::string_view message) { lines.emplace_back(level, message); });
+  log.setHandler(
+      [&](LogLevel level, std::string_view message) { lines.emplace_back(level, message); });
   ::testing::internal::CaptureStderr();
   log.warning("to the handler");
   log.setHandler({});

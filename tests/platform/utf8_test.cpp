@@ -20,13 +20,15 @@ TEST(UTF8, DecodesByTheStrictRules) {
            Case{"\xF0\x9F\x98\x80", U'\U0001F600', 4, true},
            Case{"\xF4\x8F\xBF\xBF", U'\U0010FFFF', 4, true},
            // Broken: one replacement for the longest start that could have been valid.
-           Case{"\x80", 0xFFFD, 1, false},          // a lone continuation byte
-           Case{"\xC0\xAF", 0xFFFD, 1, false},      // overlong lead
-           Case{"\xE0\x80\x80", 0xFFFD, 1, false},  // overlong three-byte form
-           Case{"\xED\xA0\x80", 0xFFFD, 1, false},  // a UTF-16 surrogate
+           Case{"\x80", 0xFFFD, 1, false},              // a lone continuation byte
+           Case{"\xC0\xAF", 0xFFFD, 1, false},          // overlong lead
+           Case{"\xE0\x80\x80", 0xFFFD, 1, false},      // overlong three-byte form
+           Case{"\xED\xA0\x80", 0xFFFD, 1, false},      // a UTF-16 surrogate
            Case{"\xF4\x90\x80\x80", 0xFFFD, 1, false},  // past U+10FFFF
-           Case{"\xE2\x82", 0xFFFD, 2, false},      // cut short at the end
-           Case{"\xF0\x9F\x98" "A", 0xFFFD, 3, false},  // cut short by another character
+           Case{"\xE2\x82", 0xFFFD, 2, false},          // cut short at the end
+           Case{"\xF0\x9F\x98"
+                "A",
+                0xFFFD, 3, false},  // cut short by another character
            Case{"\xFF", 0xFFFD, 1, false},
        }) {
     const UTF8Step step = decodeUTF8(c.bytes, 0);

@@ -5,8 +5,8 @@
 #include <fstream>
 
 #include "backend/test_support.h"
-#include "routes/cache_routes.h"
 #include "rendering/zip_writer.h"
+#include "routes/cache_routes.h"
 
 namespace vells::testing {
 namespace {
