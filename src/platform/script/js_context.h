@@ -14,7 +14,14 @@ namespace vells::platform {
 // A script exception, with the script's own text ("TypeError: …").
 class ScriptException : public Error {
  public:
-  using Error::Error;
+  explicit ScriptException(const std::string& text, std::string where = {})
+      : Error(text), where_(std::move(where)) {}
+  // Where the script threw, as "source:line" with the source named as it was
+  // evaluated (a "file://" prefix dropped); empty when the engine doesn't say.
+  const std::string& where() const noexcept { return where_; }
+
+ private:
+  std::string where_;
 };
 
 // A value a host function hands back to the script.
