@@ -45,12 +45,11 @@ int main(int argc, char** argv) {
                                       std::cout, std::cerr);
   }
   if (command == "export" || command == "demo") {
-    // Both render: one worker per render slot keeps every slot busy.
-    const int workers = vells::rendering::HTMLRenderer::shared().maxSlots();
+    auto& renderer = vells::rendering::HTMLRenderer::shared();
     auto& backend = vells::backend::LocalBackend::shared();
     return command == "export"
-               ? vells::cli::exportCommand(args, backend, workers, std::cout, std::cerr)
-               : vells::cli::demoCommand(args, backend, workers, std::cout, std::cerr);
+               ? vells::cli::exportCommand(args, backend, renderer, std::cout, std::cerr)
+               : vells::cli::demoCommand(args, backend, renderer, std::cout, std::cerr);
   }
   std::cerr << "vellora-cli: unknown command '" << command << "'.\n\n" << kHelp;
   return vells::cli::kExitUsage;

@@ -23,8 +23,13 @@ RouteFamilies renderingRoutes(rendering::HTMLRenderer& renderer) {
 }  // namespace
 
 LocalBackend& LocalBackend::shared() {
-  static LocalBackend instance(LocalLibrary::standard(), rendering::CoreJS::shared(),
-                               renderingRoutes(rendering::HTMLRenderer::shared()));
+  // The backend holds the run's only script host; one background worker per
+  // render slot keeps every slot busy.
+  rendering::HTMLRenderer& renderer = rendering::HTMLRenderer::shared();
+  static LocalBackend instance(
+      LocalLibrary::standard(),
+      std::make_shared<rendering::CoreJS>(rendering::CoreJS::resourceDir()),
+      renderingRoutes(renderer), renderer.maxSlots());
   return instance;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "backend/routes.h"
+#include "rendering/export_service.h"
 #include "rendering/html_renderer.h"
 
 namespace vells::rendering {
@@ -13,11 +14,8 @@ namespace vells::rendering {
 // render cache, filling it in the background, and emptying a set's share.
 std::vector<backend::Route> cacheRoutes(HTMLRenderer& renderer);
 
-// An archive entry's name: the folder ("" or "<locale>/"), the 1-based place
-// with at least two digits, the page id.
-std::string exportEntryName(const std::string& folder, std::size_t place, const std::string& page);
-
-// /api/download-all: a set's finished images as one ZIP archive.
+// /api/download-all: a set's finished images as one ZIP archive, made by the
+// export service.
 std::vector<backend::Route> exportRoutes(HTMLRenderer& renderer);
 
 }  // namespace vells::rendering
