@@ -76,7 +76,7 @@ struct WarmJob {
   }
 };
 
-void warmNext(const std::shared_ptr<WarmJob>& job, std::stop_token stop) {
+void warmNext(const std::shared_ptr<WarmJob>& job, const std::stop_token& stop) {
   const std::size_t total = job->locales.size() * job->pages.size();
   if (!stop.stop_requested() && job->next < total) {
     CompositeRequest cr = job->query.composite();
@@ -90,10 +90,8 @@ void warmNext(const std::shared_ptr<WarmJob>& job, std::stop_token stop) {
       Compositor(job->backend, job->renderer).composite(cr);
     } catch (...) {
     }
-    if (job->next < total && job->backend.work().post(job->priority, [job](std::stop_token s) {
-          warmNext(job, std::move(s));
-        }))
-      return;
+    auto rest = [job](const std::stop_token& s) { warmNext(job, s); };
+    if (job->next < total && job->backend.work().post(job->priority, std::move(rest))) return;
   }
   job->forget();
 }
@@ -118,7 +116,7 @@ Response warm(HTMLRenderer& renderer, LocalBackend& b, const Request& request) {
     throw;
   }
   const auto combinations = static_cast<std::int64_t>(job->locales.size() * job->pages.size());
-  if (!b.work().post(priority, [job](std::stop_token s) { warmNext(job, std::move(s)); })) {
+  if (!b.work().post(priority, [job](const std::stop_token& s) { warmNext(job, s); })) {
     job->forget();  // a job that never ran must not block the next warm-up
     throw std::runtime_error("The library is closing; warm-ups are no longer started.");
   }

@@ -118,7 +118,7 @@ ExportService::ExportService(LocalBackend& backend, HTMLRenderer& renderer)
     : backend_(backend), renderer_(renderer) {}
 
 ExportArchive ExportService::run(const ExportRequest& request, const Progress& progress,
-                                 std::stop_token stop) {
+                                 const std::stop_token& stop) {
   std::vector<std::string> locales = backend::localesOf(backend_, request.set);
   if (!request.locale.empty()) {
     if (std::find(locales.begin(), locales.end(), request.locale) == locales.end())
@@ -164,7 +164,7 @@ ExportArchive ExportService::run(const ExportRequest& request, const Progress& p
   const std::size_t helpers = std::min<std::size_t>(
       renders->entries.size(), static_cast<std::size_t>(std::max(renderer_.maxSlots() - 1, 0)));
   for (std::size_t k = 0; k < helpers; ++k) {
-    backend_.work().post(Priority::interactive, [renders](std::stop_token shutdown) {
+    backend_.work().post(Priority::interactive, [renders](const std::stop_token& shutdown) {
       while (!shutdown.stop_requested() && renders->renderNext()) {
       }
     });

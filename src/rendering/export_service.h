@@ -82,7 +82,7 @@ class ExportService {
   ExportService(backend::LocalBackend& backend, HTMLRenderer& renderer);
 
   ExportArchive run(const ExportRequest& request, const Progress& progress = {},
-                    std::stop_token stop = {});
+                    const std::stop_token& stop = {});
 
  private:
   backend::LocalBackend& backend_;
