@@ -59,9 +59,9 @@ struct Rendered {
 
 // The renders of one export, shared by the caller and the executor's tasks.
 // Entries are claimed in archive order, so the caller, waiting for the next
-// entry to add, finds it rendered, under way, or unclaimed; it renders an
-// unclaimed one itself. The export so needs no free worker to progress, and
-// only the images not added yet are held.
+// entry to add, finds it rendered, under way, or unclaimed; while any is
+// unclaimed it renders one itself rather than wait. The export so needs no
+// free worker to progress, and only the images not added yet are held.
 struct Renders {
   std::vector<Entry> entries;
   std::function<std::optional<std::string>(const Entry&)> render;
@@ -186,7 +186,9 @@ ExportArchive ExportService::run(const ExportRequest& request, const Progress& p
         if (stop.stop_requested()) throw ExportStopped();
         if (renders->error) break;
         if (renders->done[i]) break;
-        if (renders->next == i) {
+        // Rather than wait, render whatever is unclaimed: the entry needed
+        // next, or one after it, so the caller keeps a slot busy too.
+        if (renders->next < total) {
           lock.unlock();
           renders->renderNext();
           lock.lock();
