@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <string>
 #include <vector>
+#include "platform/error.h"
 
 #include "rendering/export_service.h"
 
@@ -16,9 +17,9 @@ namespace vells::cli {
 extern const char* const kExportHelp;
 
 // A refused export; what() is the sentence for the user.
-class ExportError : public std::runtime_error {
+class ExportError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 // Makes the archive of `job` through the export service, rendering what the

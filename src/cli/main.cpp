@@ -2,11 +2,10 @@
 #include <string>
 #include <vector>
 
-#include "backend/local_backend.h"
 #include "cli/demo_command.h"
 #include "cli/export_command.h"
 #include "cli/request_command.h"
-#include "rendering/html_renderer.h"
+#include "routes/local_service.h"
 
 namespace {
 
@@ -41,17 +40,17 @@ int main(int argc, char** argv) {
   }
   const std::string command = args[0];
   args.erase(args.begin());
+  if (command != "request" && command != "export" && command != "demo") {
+    std::cerr << "vellora-cli: unknown command '" << command << "'.\n\n" << kHelp;
+    return vells::cli::kExitUsage;
+  }
+  vells::routes::LocalService service = vells::routes::makeLocalService();
+  auto& backend = *service.backend;
   if (command == "request") {
-    return vells::cli::requestCommand(args, vells::backend::LocalBackend::shared(), std::cin,
-                                      std::cout, std::cerr);
+    return vells::cli::requestCommand(args, backend, std::cin, std::cout, std::cerr);
   }
-  if (command == "export" || command == "demo") {
-    auto& renderer = vells::rendering::HTMLRenderer::shared();
-    auto& backend = vells::backend::LocalBackend::shared();
-    return command == "export"
-               ? vells::cli::exportCommand(args, backend, renderer, std::cout, std::cerr)
-               : vells::cli::demoCommand(args, backend, renderer, std::cout, std::cerr);
-  }
-  std::cerr << "vellora-cli: unknown command '" << command << "'.\n\n" << kHelp;
-  return vells::cli::kExitUsage;
+  auto& renderer = *service.renderer;
+  return command == "export"
+             ? vells::cli::exportCommand(args, backend, renderer, std::cout, std::cerr)
+             : vells::cli::demoCommand(args, backend, renderer, std::cout, std::cerr);
 }

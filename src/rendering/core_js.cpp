@@ -5,7 +5,7 @@
 #include <sstream>
 #include <vector>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "platform/base64.h"
 #include "platform/script/js_context.h"
 #include "platform/sha256.h"

@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/sets.h"
 #include "rendering/composite.h"
 #include "rendering/zip_writer.h"

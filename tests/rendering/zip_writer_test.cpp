@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "backend/test_support.h"
-#include "rendering/cache_routes.h"
+#include "rendering/export_service.h"
 #include "rendering/zip_writer.h"
 
 namespace vells::testing {

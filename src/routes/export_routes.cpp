@@ -1,9 +1,16 @@
-#include "backend/helpers.h"
 #include "backend/local_backend.h"
-#include "rendering/cache_routes.h"
+#include "backend/request_params.h"
 #include "rendering/export_service.h"
+#include "routes/cache_routes.h"
 
-namespace vells::rendering {
+namespace vells::routes {
+
+using rendering::ExportArchive;
+using rendering::ExportPageFailed;
+using rendering::ExportRefused;
+using rendering::ExportRequest;
+using rendering::ExportService;
+using rendering::HTMLRenderer;
 
 using backend::LocalBackend;
 using backend::Request;
@@ -40,4 +47,4 @@ std::vector<backend::Route> exportRoutes(HTMLRenderer& renderer) {
            [&renderer](LocalBackend& b, const Request& r) { return downloadAll(renderer, b, r); }}};
 }
 
-}  // namespace vells::rendering
+}  // namespace vells::routes

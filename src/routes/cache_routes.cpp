@@ -1,14 +1,18 @@
-#include "rendering/cache_routes.h"
+#include "routes/cache_routes.h"
 
 #include <filesystem>
 #include <memory>
 
-#include "backend/helpers.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
 #include "rendering/composite.h"
 
-namespace vells::rendering {
+namespace vells::routes {
+
+using rendering::CompositeRequest;
+using rendering::Compositor;
+using rendering::HTMLRenderer;
 
 namespace fs = std::filesystem;
 using backend::LocalBackend;
@@ -85,10 +89,17 @@ void warmNext(const std::shared_ptr<WarmJob>& job, const std::stop_token& stop) 
     cr.locale = job->locales[job->next / job->pages.size()];
     cr.page = job->pages[job->next % job->pages.size()];
     ++job->next;
-    // One failing page must not keep the rest of the set cold.
+    // One failing page must not keep the rest of the set cold; nobody
+    // waits for this answer, so the log is where the failure goes.
+    const CacheQuery& q = job->query;
     try {
       Compositor(job->backend, job->renderer).composite(cr);
+    } catch (const std::exception& e) {
+      job->backend.log().warning("Couldn't prepare " + cr.page + " (" + cr.locale + ", " + q.os +
+                                 ", " + q.theme + ") of the set " + q.set + ": " + e.what());
     } catch (...) {
+      job->backend.log().warning("Couldn't prepare " + cr.page + " (" + cr.locale +
+                                 ") of the set " + q.set + ": an unexpected error stopped it.");
     }
     auto rest = [job](const std::stop_token& s) { warmNext(job, s); };
     if (job->next < total && job->backend.work().post(job->priority, std::move(rest))) return;
@@ -156,4 +167,4 @@ std::vector<backend::Route> cacheRoutes(HTMLRenderer& renderer) {
       {"POST", "/api/regenerate", &regenerate}};
 }
 
-}  // namespace vells::rendering
+}  // namespace vells::routes
