@@ -10,9 +10,9 @@
 
 #include "backend/local_backend.h"
 #include "backend/url_request.h"
+#include "bench_library.h"
 #include "cli/demo_set.h"
 #include "cli/export_command.h"
-#include "bench_library.h"
 #include "process_memory.h"
 #include "rendering/cache_routes.h"
 #include "rendering/core_js.h"
@@ -23,8 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace vells;
-using bench::Library;
 using bench::fillStatusSet;
+using bench::Library;
 
 rendering::HTMLRenderer& renderer() {
   static rendering::HTMLRenderer pool(2);
