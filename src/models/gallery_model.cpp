@@ -184,23 +184,24 @@ void GalleryModel::saveRow(std::vector<std::string> row, const std::string& loca
 
 std::optional<std::string> GalleryModel::thumbnailURL(const std::string& locale,
                                                       const std::string& page) const {
-  return APIClient::url("/composite", {{"set", app_.activeSet()},
-                                       {"page", page},
-                                       {"os", raw(app_.os())},
-                                       {"theme", raw(app_.theme())},
-                                       {"locale", locale},
-                                       {"v", std::to_string(app_.renderVersion())},
-                                       {"thumb", "1"}});
+  return compositeURL(locale, page, true);
 }
 
 std::optional<std::string> GalleryModel::fullURL(const std::string& locale,
                                                  const std::string& page) const {
-  return APIClient::url("/composite", {{"set", app_.activeSet()},
-                                       {"page", page},
-                                       {"os", raw(app_.os())},
-                                       {"theme", raw(app_.theme())},
-                                       {"locale", locale},
-                                       {"v", std::to_string(app_.renderVersion())}});
+  return compositeURL(locale, page, false);
+}
+
+std::optional<std::string> GalleryModel::compositeURL(const std::string& locale,
+                                                      const std::string& page, bool thumb) const {
+  return APIClient::url("/composite",
+                        {{"set", app_.activeSet()},
+                         {"page", page},
+                         {"os", raw(app_.os())},
+                         {"theme", raw(app_.theme())},
+                         {"locale", locale},
+                         {"v", std::to_string(app_.renderVersion())},
+                         {"thumb", thumb ? std::optional<std::string>("1") : std::nullopt}});
 }
 
 // --- regenerate and export ---

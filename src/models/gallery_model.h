@@ -98,6 +98,8 @@ class GalleryModel : public QObject {
   void setError(std::optional<std::string> message);
   void setExporting(std::optional<std::string> locale);
   void save(std::string bytes, std::string name);
+  std::optional<std::string> compositeURL(const std::string& locale, const std::string& page,
+                                          bool thumb) const;
 
   AppModel& app_;
   ModelClock& clock_;
