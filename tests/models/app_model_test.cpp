@@ -10,6 +10,7 @@
 #include "models/image_store.h"
 #include "models/manual_clock.h"
 #include "models/model_library.h"
+#include "models/settings_location.h"
 
 namespace vells::testing {
 namespace {
@@ -147,6 +148,19 @@ TEST(AppModelStart, AFirstRunGoesOnlineOnDefaultsThatItThenRemembers) {
   EXPECT_EQ(again.value("workspace").toString(), "editor");
   EXPECT_EQ(again.value("active.locale").toString(), "de");
   EXPECT_FALSE(again.contains("active.set"));  // written only when it changes
+}
+
+TEST(AppModelStart, PreferencesLiveWhereTheEnvironmentSays) {
+  const QByteArray saved = qgetenv("VELLS_SETTINGS"), savedXDG = qgetenv("XDG_CONFIG_HOME");
+  qputenv("VELLS_SETTINGS", "/tmp/v/prefs.conf");
+  EXPECT_EQ(models::settingsPath(), "/tmp/v/prefs.conf");
+  qunsetenv("VELLS_SETTINGS");
+  qputenv("XDG_CONFIG_HOME", "/cfg");
+  EXPECT_EQ(models::settingsPath(), "/cfg/Vellora/vellora.conf");
+  qputenv("VELLS_SETTINGS", saved);
+  qputenv("XDG_CONFIG_HOME", savedXDG);
+  if (saved.isEmpty()) qunsetenv("VELLS_SETTINGS");
+  if (savedXDG.isEmpty()) qunsetenv("XDG_CONFIG_HOME");
 }
 
 TEST(AppModelStart, AnUnusableLibraryIsOfflineWithTheSameSentenceOnEveryRetry) {
