@@ -10,10 +10,10 @@
 #include "backend/local_backend.h"
 #include "backend/url_request.h"
 #include "cli/demo_set.h"
-#include "rendering/cache_routes.h"
 #include "rendering/core_js.h"
 #include "rendering/html_renderer.h"
-#include "rendering/page_routes.h"
+#include "routes/cache_routes.h"
+#include "routes/page_routes.h"
 
 namespace vells::bench {
 
@@ -27,7 +27,7 @@ struct Library {
   Library(const std::string& name, rendering::HTMLRenderer& r)
       : root(fs::temp_directory_path() / (name + std::to_string(getpid()))), renderer(r) {
     backend::RouteFamilies routes;
-    for (auto make : {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes}) {
+    for (auto make : {&routes::pageRoutes, &routes::cacheRoutes, &routes::exportRoutes}) {
       for (auto& route : make(renderer))
         routes.exact.push_back(std::move(route));
     }

@@ -14,10 +14,10 @@
 #include "cli/demo_set.h"
 #include "cli/export_command.h"
 #include "process_memory.h"
-#include "rendering/cache_routes.h"
 #include "rendering/core_js.h"
-#include "rendering/page_routes.h"
 #include "rendering/zip_writer.h"
+#include "routes/cache_routes.h"
+#include "routes/page_routes.h"
 
 namespace {
 

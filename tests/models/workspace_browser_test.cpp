@@ -13,12 +13,7 @@
 #include "models/file_saver.h"
 #include "models/gallery_model.h"
 #include "models/image_store.h"
-#include "rendering/cache_routes.h"
-#include "rendering/core_js.h"
-#include "rendering/html_renderer.h"
-#include "rendering/html_routes.h"
-#include "rendering/page_routes.h"
-#include "text/text_routes.h"
+#include "routes/local_service.h"
 
 namespace vells::testing {
 namespace {
@@ -34,23 +29,12 @@ struct FolderSaver : FileSaver {
   }
 };
 
-std::unique_ptr<backend::LocalBackend> appBackend(const fs::path& library,
-                                                  rendering::HTMLRenderer& renderer) {
-  backend::RouteFamilies routes = rendering::htmlRoutes(renderer);
-  for (auto make : {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes,
-                    &text::textRoutes}) {
-    for (auto& route : make(renderer))
-      routes.exact.push_back(std::move(route));
-  }
-  return std::make_unique<backend::LocalBackend>(
-      backend::LocalLibrary(library),
-      std::make_shared<rendering::CoreJS>(fs::path(VELLS_SOURCE_RESOURCES)), std::move(routes));
-}
-
 TEST(WorkspaceWithBrowser, StartsUpSwitchesEverythingAndTheGalleryFillsTheSampleSet) {
   TempDir dir;
-  rendering::HTMLRenderer renderer(2);
-  auto backend = appBackend(dir.path() / "lib", renderer);
+  // Built as main() builds it; the service outlives every model below.
+  routes::LocalService service = routes::makeLocalService(
+      {backend::LocalLibrary(dir.path() / "lib"), fs::path(VELLS_SOURCE_RESOURCES), 2});
+  auto& backend = service.backend;
   const std::string sampleApp = *backend->catalog().pagesAppId();
   backend->db().saveApp({sampleApp, {{"name", "Tempo"}}, 1});
   backend->db().saveApp({"other-app", {{"name", "Other"}}, 1});

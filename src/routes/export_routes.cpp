@@ -6,15 +6,21 @@
 #include <mutex>
 #include <thread>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
-#include "rendering/cache_routes.h"
 #include "rendering/composite.h"
 #include "rendering/zip_writer.h"
+#include "routes/cache_routes.h"
 
-namespace vells::rendering {
+namespace vells::routes {
+
+using rendering::CompositeRequest;
+using rendering::Compositor;
+using rendering::HTMLRenderer;
+using rendering::ZipWriter;
 
 using backend::LocalBackend;
 using backend::Request;
@@ -166,4 +172,4 @@ std::vector<backend::Route> exportRoutes(HTMLRenderer& renderer) {
            [&renderer](LocalBackend& b, const Request& r) { return downloadAll(renderer, b, r); }}};
 }
 
-}  // namespace vells::rendering
+}  // namespace vells::routes
