@@ -2,7 +2,9 @@
 
 #include <filesystem>
 
+#include "backend/header_value.h"
 #include "backend/helpers.h"
+#include "backend/id_rule.h"
 
 namespace vells::backend {
 
@@ -82,19 +84,46 @@ LocalDatabase& LocalBackend::db() {
 }
 
 Response LocalBackend::handle(const Request& request) noexcept {
+  Response response;
   try {
     start();
-    return route(request);
+    response = route(request);
   } catch (const Failure& failure) {
-    return failure.response();
+    response = failure.response();
   } catch (const std::exception& e) {
-    return Response::text(e.what(), 500);
+    response = Response::text(e.what(), 500);
   } catch (...) {
-    return Response::text("An unexpected error stopped the request.", 500);
+    response = Response::text("An unexpected error stopped the request.", 500);
   }
+  // Answers leave the process (a client, a log, a bug report): where the
+  // library lives is no business of theirs, and no header may carry a line
+  // break a request put there.
+  if (response.status >= 400) response.body = withoutLibraryPath(std::move(response.body));
+  for (auto& [name, value] : response.headers)
+    value = headerValue(value);
+  response.mime = headerValue(response.mime);
+  return response;
+}
+
+std::string LocalBackend::withoutLibraryPath(std::string text) const {
+  const std::string root = library_.root().string();
+  if (root.empty()) return text;
+  for (std::string::size_type at; (at = text.find(root)) != std::string::npos;) {
+    auto end = at + root.size();
+    if (end < text.size() && text[end] == '/') ++end;
+    text.replace(at, end - at, "");
+  }
+  return text;
 }
 
 Response LocalBackend::route(const Request& request) {
+  // Every set or page a query names is checked here, before any route can
+  // build a file name, a database key or an archive entry from it.
+  for (const auto& [key, what] : {std::pair{"set", "set"}, {"id", "set"}, {"page", "page"}}) {
+    if (auto it = request.query.find(key); it != request.query.end()) {
+      requireValidId(what, it->second);
+    }
+  }
   auto it = exact_.find(routeKey(request.method, request.path));
   if (it != exact_.end()) return it->second(*this, request);
   for (const PrefixRoute& p : prefixes_) {
@@ -109,6 +138,8 @@ JSONValue LocalBackend::json(std::string_view bytes) {
   if (bytes.empty()) return JSONValue::Object{};
   try {
     return JSONValue::parse(bytes);
+  } catch (const JSONDepthError&) {
+    throw Failure(400, "Bad JSON body: nested too deeply");
   } catch (const JSONParseError&) {
     throw Failure(400, "Bad JSON body");
   }

@@ -60,6 +60,9 @@ class LocalBackend {
 
  private:
   Response route(const Request& request);
+  // `text` with every mention of the library's folder cut out, leaving names
+  // relative to it.
+  std::string withoutLibraryPath(std::string text) const;
   void upgrade(LocalDatabase& db);
 
   LocalLibrary library_;

@@ -193,8 +193,9 @@ std::vector<LocalDatabase::Row> LocalDatabase::run(const std::string& sql,
   int index = 1;
   for (const Value& v : values) {
     if (auto* s = std::get_if<std::string>(&v)) {
-      // Length -1: a text is bound up to its first NUL, as the C string it is.
-      sqlite3_bind_text(raw, index, s->c_str(), -1, SQLITE_TRANSIENT);
+      // With its exact length: a text bound up to its first NUL would let
+      // "a\0b" name the row "a".
+      sqlite3_bind_text64(raw, index, s->data(), s->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
     } else if (auto* n = std::get_if<std::int64_t>(&v)) {
       sqlite3_bind_int64(raw, index, *n);
     } else {
@@ -279,6 +280,14 @@ void LocalDatabase::insertSet(const SetRow& row) {
       {row.id, row.name, optionalValue(row.appId), encodeLocales(row.locales)});
 }
 
+bool LocalDatabase::insertNewSet(const SetRow& row) {
+  std::lock_guard guard(mutex_);
+  return !run("INSERT INTO sets (id, name, app_id, locales) VALUES (?, ?, ?, ?) "
+              "ON CONFLICT(id) DO NOTHING RETURNING id",
+              {row.id, row.name, optionalValue(row.appId), encodeLocales(row.locales)})
+              .empty();
+}
+
 void LocalDatabase::updateSet(const SetRow& row) {
   std::lock_guard guard(mutex_);
   run("INSERT INTO sets (id, name, app_id, locales) VALUES (?, ?, ?, ?) ON CONFLICT(id) DO "
@@ -289,6 +298,21 @@ void LocalDatabase::updateSet(const SetRow& row) {
 void LocalDatabase::deleteSet(const std::string& id) {
   std::lock_guard guard(mutex_);
   run("DELETE FROM sets WHERE id = ?", {id});
+}
+
+LocalDatabase::SetDeletion LocalDatabase::deleteSetKeepingOne(const std::string& id) {
+  std::lock_guard guard(mutex_);
+  SetDeletion outcome = SetDeletion::deleted;
+  transaction([&] {
+    if (run("SELECT 1 FROM sets WHERE id = ?", {id}).empty()) {
+      outcome = SetDeletion::unknown;
+    } else if (run("SELECT 1 FROM sets LIMIT 2").size() < 2) {
+      outcome = SetDeletion::last;
+    } else {
+      run("DELETE FROM sets WHERE id = ?", {id});
+    }
+  });
+  return outcome;
 }
 
 void LocalDatabase::refileSets(const std::string& from, const std::optional<std::string>& to) {

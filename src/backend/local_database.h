@@ -77,8 +77,16 @@ class LocalDatabase {
 
   std::vector<SetRow> loadSets();
   void insertSet(const SetRow& row);
+  // Inserts the row unless its id is taken, by this process or another one
+  // on the same library; false when it was.
+  bool insertNewSet(const SetRow& row);
   void updateSet(const SetRow& row);
   void deleteSet(const std::string& id);
+  enum class SetDeletion { deleted, unknown, last };
+  // Deletes the set unless it is unknown or the library's last one, deciding
+  // and deleting in one transaction so that two deletes at once can't both
+  // see a second set.
+  SetDeletion deleteSetKeepingOne(const std::string& id);
   void refileSets(const std::string& from, const std::optional<std::string>& to);
 
   std::vector<PageRow> pages(const std::string& set);

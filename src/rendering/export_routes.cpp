@@ -6,6 +6,7 @@
 #include <mutex>
 #include <thread>
 
+#include "backend/header_value.h"
 #include "backend/helpers.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
@@ -155,7 +156,7 @@ Response downloadAll(HTMLRenderer& renderer, LocalBackend& b, const Request& req
   Response r;
   r.mime = "application/zip";
   r.body = zip.finish();
-  r.headers["Content-Disposition"] = "attachment; filename=\"" + base + ".zip\"";
+  r.headers["Content-Disposition"] = backend::attachmentDisposition(base + ".zip");
   return r;
 }
 

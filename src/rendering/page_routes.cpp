@@ -1,5 +1,6 @@
 #include "rendering/page_routes.h"
 
+#include "backend/header_value.h"
 #include "backend/helpers.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
@@ -227,7 +228,7 @@ Response compositeRoute(HTMLRenderer& renderer, LocalBackend& b, const Request& 
   r.body = std::move(*png);
   r.mime = "image/png";
   r.headers["ETag"] = etag;
-  if (q.dl) r.headers["Content-Disposition"] = "attachment; filename=\"" + result->filename + "\"";
+  if (q.dl) r.headers["Content-Disposition"] = backend::attachmentDisposition(result->filename);
   return r;
 }
 
