@@ -87,7 +87,8 @@ void BrowserSlot::ensureTarget() {
       if (!b) return;
       if (method == "Fetch.requestPaused") {
         // http, https, file and every other scheme: a render reaches nothing
-        // outside its own HTML.
+        // outside its own HTML. WebSockets never come here; the browser's
+        // launch flags keep them off the network.
         b->send("Fetch.failRequest",
                 JSONValue::Object{{"requestId", params.stringAt("requestId").value_or("")},
                                   {"errorReason", "BlockedByClient"}},
