@@ -32,7 +32,6 @@ struct ScreenQuery {
   }
 };
 
-
 Response exists(bool found) {
   return Response::json(JSONValue::Object{{"exists", found}});
 }

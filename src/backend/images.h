@@ -17,7 +17,6 @@ namespace vells::backend {
 // are looked for and removed.
 inline constexpr std::array<std::string_view, 4> imageExtensions{"png", "jpg", "jpeg", "webp"};
 
-
 // Names are built from request values, so a "/" (or a NUL) would leave the
 // folder. Every value that becomes part of a file name passes this test.
 bool isNamePart(std::string_view part);

@@ -42,11 +42,13 @@ std::string checkedPicture(std::string_view body, std::size_t maxBytes, bool hei
   }
   const auto kind = sniffPicture(body);
   if (!kind) {
-    throw Failure(400, "This isn\u2019t a picture Vellora can use: upload a PNG, JPEG or WebP file.");
+    throw Failure(400,
+                  "This isn\u2019t a picture Vellora can use: upload a PNG, JPEG or WebP file.");
   }
   if (*kind == PictureKind::heic && !heicAllowed) {
-    throw Failure(400, "HEIC pictures can\u2019t be used here: save it as PNG or JPEG and upload "
-                       "that.");
+    throw Failure(400,
+                  "HEIC pictures can\u2019t be used here: save it as PNG or JPEG and upload "
+                  "that.");
   }
   return std::string(extensionOf(*kind));
 }

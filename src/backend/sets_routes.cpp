@@ -115,8 +115,9 @@ void removeOwnPictures(const LocalLibrary& library, const std::set<std::string>&
     for (const std::string& name : files(folder)) {
       const fs::path file(name);
       const std::string ext = file.extension().string();
-      const bool picture = std::any_of(imageExtensions.begin(), imageExtensions.end(),
-                                       [&](std::string_view e) { return ext == "." + std::string(e); });
+      const bool picture =
+          std::any_of(imageExtensions.begin(), imageExtensions.end(),
+                      [&](std::string_view e) { return ext == "." + std::string(e); });
       std::error_code ec;
       if (picture && names.contains(file.stem().string())) fs::remove(folder / name, ec);
     }

@@ -3,8 +3,8 @@
 #include "backend/helpers.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
-#include "backend/picture_upload.h"
 #include "backend/name_order.h"
+#include "backend/picture_upload.h"
 #include "backend/routes.h"
 
 namespace vells::backend {

@@ -81,23 +81,23 @@ void BrowserSlot::ensureTarget() {
     std::weak_ptr<DevToolsClient> weak = browser_;
     auto crashed = crashed_;
     const std::string session = sessionId_;
-    browser_->subscribe(session, [weak, crashed, session](const std::string& method,
-                                                          const JSONValue& params) {
-      auto b = weak.lock();
-      if (!b) return;
-      if (method == "Fetch.requestPaused") {
-        // http, https, file and every other scheme: a render reaches nothing
-        // outside its own HTML. WebSockets never come here; the browser's
-        // launch flags keep them off the network.
-        b->send("Fetch.failRequest",
-                JSONValue::Object{{"requestId", params.stringAt("requestId").value_or("")},
-                                  {"errorReason", "BlockedByClient"}},
-                session);
-      } else if (method == "Inspector.targetCrashed") {
-        *crashed = true;
-        b->failSession(session, DevToolsError::Kind::crashed, kQuit);
-      }
-    });
+    browser_->subscribe(
+        session, [weak, crashed, session](const std::string& method, const JSONValue& params) {
+          auto b = weak.lock();
+          if (!b) return;
+          if (method == "Fetch.requestPaused") {
+            // http, https, file and every other scheme: a render reaches nothing
+            // outside its own HTML. WebSockets never come here; the browser's
+            // launch flags keep them off the network.
+            b->send("Fetch.failRequest",
+                    JSONValue::Object{{"requestId", params.stringAt("requestId").value_or("")},
+                                      {"errorReason", "BlockedByClient"}},
+                    session);
+          } else if (method == "Inspector.targetCrashed") {
+            *crashed = true;
+            b->failSession(session, DevToolsError::Kind::crashed, kQuit);
+          }
+        });
     call("Inspector.enable", JSONValue::Object{});
     call("Page.enable", JSONValue::Object{});
     call("Fetch.enable",

@@ -65,9 +65,9 @@ TEST_F(Hardening, DeeplyNestedBodiesAreRefusedNotRecursedInto) {
   // The limit itself is fine, and brackets inside strings are only text.
   const std::string deepest = std::string(256, '[') + std::string(256, ']');
   EXPECT_EQ(send("POST", "/api/order?set=default", deepest).status, 200);
-  EXPECT_EQ(send("POST", "/api/texts?set=default", R"({"t":")" + std::string(5000, '[') + "\"}")
-                .status,
-            200);
+  EXPECT_EQ(
+      send("POST", "/api/texts?set=default", R"({"t":")" + std::string(5000, '[') + "\"}").status,
+      200);
 }
 
 TEST_F(Hardening, DeletingASetRemovesOnlyItsOwnPictures) {
@@ -75,8 +75,8 @@ TEST_F(Hardening, DeletingASetRemovesOnlyItsOwnPictures) {
   ASSERT_EQ(send("POST", "/api/pages?set=default", R"({"pages":[{"id":"home","source":"upload"}]})")
                 .status,
             200);
-  const std::string copy = *bodyJSON(send("POST", "/api/sets/duplicate", R"({"from":"default"})"))
-                                .stringAt("id");
+  const std::string copy =
+      *bodyJSON(send("POST", "/api/sets/duplicate", R"({"from":"default"})")).stringAt("id");
   ASSERT_TRUE(copy.starts_with("default-copy-"));
   ASSERT_EQ(send("POST", "/api/screen?set=" + copy + "&page=home&os=ios&locale=en", png).status,
             200);
@@ -140,12 +140,11 @@ TEST_F(Hardening, SetsMadeByTwoProcessesAtOnceAllGetIds) {
 
 TEST_F(Hardening, TwoDeletesAtOnceNeverRemoveTheLastSet) {
   LocalBackend other(LocalLibrary(dir.path() / "lib"), core);
-  for (int round = 0; round < 60; ++round) {
+  for (int round = 0; round < 200; ++round) {
     const std::string a = newSet("A"), c = newSet("B");
     for (const auto& row : b.db().loadSets()) {
-      if (row.id != a && row.id != c) {
-        ASSERT_EQ(b.db().deleteSetKeepingOne(row.id), backend::LocalDatabase::SetDeletion::deleted);
-      }
+      if (row.id != a && row.id != c)
+        ASSERT_EQ(send("DELETE", "/api/sets?id=" + row.id).status, 200);
     }
     std::thread first([&] { call(b, "DELETE", "/api/sets?id=" + a); });
     std::thread second([&] { call(other, "DELETE", "/api/sets?id=" + c); });
@@ -160,14 +159,13 @@ TEST_F(Hardening, HeaderValuesCannotCarryLinesFromARequest) {
   backend::RouteFamilies echo;
   echo.exact.push_back({"GET", "/echo", [](LocalBackend&, const backend::Request& r) {
                           Response out = Response::ok();
-                          out.headers["Content-Disposition"] = "attachment; filename=\"" +
-                                                               r.param("name") + ".zip\"";
+                          out.headers["Content-Disposition"] =
+                              "attachment; filename=\"" + r.param("name") + ".zip\"";
                           out.mime = "text/plain; " + r.param("name");
                           return out;
                         }});
   LocalBackend echoing(LocalLibrary(dir.path() / "lib"), core, echo);
-  const Response r =
-      call(echoing, "GET", "/echo?name=x%22%0D%0AX-Injected:%20yes%0A%0Dmore%00end");
+  const Response r = call(echoing, "GET", "/echo?name=x%22%0D%0AX-Injected:%20yes%0A%0Dmore%00end");
   for (const std::string& value : {r.headers.at("Content-Disposition"), r.mime})
     EXPECT_EQ(value.find_first_of("\r\n"s + '\0'), std::string::npos) << value;
 
@@ -202,15 +200,16 @@ TEST_F(Hardening, UploadsMustBePictures) {
   b.start();
   const auto before = tree(lib().root());
   const std::string html = "<html><script>alert(1)</script></html>";
-  for (const char* url : {"/api/screen?page=home&os=ios", "/api/background?os=ios",
-                          "/api/overlay?os=ios", "/api/layer-asset", "/api/orvo/app-icon",
-                          "/api/sticker-packs/items?pack=p&name=n"}) {
+  for (const char* url :
+       {"/api/screen?page=home&os=ios", "/api/background?os=ios", "/api/overlay?os=ios",
+        "/api/layer-asset", "/api/orvo/app-icon", "/api/sticker-packs/items?pack=p&name=n"}) {
     EXPECT_EQ(failure(send("POST", url, html)),
               "400 This isn\u2019t a picture Vellora can use: upload a PNG, JPEG or WebP file.")
         << url;
   }
   EXPECT_EQ(failure(send("POST", "/api/screen?page=home&os=ios",
-                         "\0\0\0\x18" "ftypheic\0\0\0\0mif1heic"s)),
+                         "\0\0\0\x18"
+                         "ftypheic\0\0\0\0mif1heic"s)),
             "400 HEIC pictures can\u2019t be used here: save it as PNG or JPEG and upload that.");
   EXPECT_EQ(tree(lib().root()), before);
   // The bytes decide the stored type, whatever the client claimed.

@@ -29,9 +29,9 @@ TEST(EngineLimits, APageThatNeverEndsFailsOnlyItself) {
     return std::make_unique<BrowserSlot>([owner] { return owner->browser(); }, 4s);
   });
   const auto started = std::chrono::steady_clock::now();
-  EXPECT_THROW(renderer.renderDevice("<script>for (;;) {}</script><div id=device></div>",
-                                     {100, 100}, 1),
-               RenderError);
+  EXPECT_THROW(
+      renderer.renderDevice("<script>for (;;) {}</script><div id=device></div>", {100, 100}, 1),
+      RenderError);
   EXPECT_LT(std::chrono::steady_clock::now() - started, 20s);
   // A script that starts looping only after the page is ready.
   EXPECT_THROW(renderer.measureText(kDevicePage, {100, 100}, "for (;;) {}"), RenderError);
@@ -85,22 +85,21 @@ class Listener {
 TEST(EngineWall, RenderedPagesReachNothingOutsideTheirHTML) {
   Listener listener;
   const std::string base = "127.0.0.1:" + std::to_string(listener.port());
-  const std::string page =
-      "<!doctype html><style>body{background:url(http://" + base +
-      "/css.png)}</style>"
-      "<link rel=stylesheet href=\"http://localhost:" +
-      std::to_string(listener.port()) +
-      "/style.css\">"
-      "<img src=\"http://" +
-      base + "/img.png\"><iframe src=\"http://" + base +
-      "/frame\"></iframe>"
-      "<img src=\"file:///etc/hostname\">"
-      "<div id=device style=\"width:10px;height:10px\"></div>"
-      "<script>fetch('http://" +
-      base + "/fetch').catch(() => {}); try { new WebSocket('ws://" + base +
-      "/ws'); } catch (e) {}"
-      "navigator.sendBeacon && navigator.sendBeacon('http://" +
-      base + "/beacon', 'x');</script>";
+  const std::string page = "<!doctype html><style>body{background:url(http://" + base +
+                           "/css.png)}</style>"
+                           "<link rel=stylesheet href=\"http://localhost:" +
+                           std::to_string(listener.port()) +
+                           "/style.css\">"
+                           "<img src=\"http://" +
+                           base + "/img.png\"><iframe src=\"http://" + base +
+                           "/frame\"></iframe>"
+                           "<img src=\"file:///etc/hostname\">"
+                           "<div id=device style=\"width:10px;height:10px\"></div>"
+                           "<script>fetch('http://" +
+                           base + "/fetch').catch(() => {}); try { new WebSocket('ws://" + base +
+                           "/ws'); } catch (e) {}"
+                           "navigator.sendBeacon && navigator.sendBeacon('http://" +
+                           base + "/beacon', 'x');</script>";
   HTMLRenderer renderer(1);
   auto slot = renderer.acquire(false);
   slot->load(page, {200, 200});

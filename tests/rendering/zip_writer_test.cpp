@@ -101,8 +101,9 @@ TEST(ZipWriter, HeadersCarryUtf8NamesAndSizesAndReadBack) {
 
 TEST(ZipWriter, RefusesNamesThatLeaveTheExtractionFolder) {
   ZipWriter zip;
-  for (const std::string& name : std::vector<std::string>{"en/01-../../../tmp/x.png", "../x.png", "/etc/x.png", "en\\..\\x.png", "a/../b.png",
-        std::string("en/x\0.png", 9), std::string()}) {
+  for (const std::string& name : std::vector<std::string>{
+           "en/01-../../../tmp/x.png", "../x.png", "/etc/x.png", "en\\..\\x.png", "a/../b.png",
+           std::string("en/x\0.png", 9), std::string()}) {
     EXPECT_THROW(zip.add(name, "x"), std::invalid_argument) << name;
   }
   EXPECT_EQ(zip.count(), 0);

@@ -95,23 +95,15 @@ DevToolsClient::DevToolsClient(const fs::path& executable) {
   int devNull = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
   int logFd = ::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
 
-  std::vector<std::string> args = {executable.string(),
-                                   "--headless",
-                                   "--remote-debugging-pipe",
-                                   "--disable-gpu",
-                                   "--no-first-run",
-                                   "--no-default-browser-check",
-                                   "--disable-background-networking",
-                                   "--disable-component-update",
-                                   "--disable-sync",
-                                   "--disable-extensions",
-                                   "--hide-scrollbars",
+  std::vector<std::string> args = {executable.string(), "--headless", "--remote-debugging-pipe",
+                                   "--disable-gpu", "--no-first-run", "--no-default-browser-check",
+                                   "--disable-background-networking", "--disable-component-update",
+                                   "--disable-sync", "--disable-extensions", "--hide-scrollbars",
                                    "--mute-audio",
                                    // A second wall behind the pages' request handler: every
                                    // connection, loopback included, goes to a proxy that
                                    // isn't there, and no host name resolves.
-                                   "--proxy-server=127.0.0.1:1",
-                                   "--proxy-bypass-list=<-loopback>",
+                                   "--proxy-server=127.0.0.1:1", "--proxy-bypass-list=<-loopback>",
                                    "--host-resolver-rules=MAP * ~NOTFOUND",
                                    "--force-webrtc-ip-handling-policy=disable_non_proxied_udp",
                                    "--user-data-dir=" + profile_.string()};
