@@ -65,7 +65,7 @@ void LocalBackend::start() {
 }
 
 void LocalBackend::upgrade(LocalDatabase& db) {
-  if (db.version() >= 1) return;
+  if (db.version() >= 1 || db.readOnly()) return;
   std::vector<PageRow> seed;
   for (const JSONValue& entry : catalog().pages()) {
     auto id = entry.stringAt("id");
@@ -90,6 +90,9 @@ Response LocalBackend::handle(const Request& request) noexcept {
     response = route(request);
   } catch (const Failure& failure) {
     response = failure.response();
+  } catch (const DBError& e) {
+    response = e.kind() == DBError::Kind::readOnly ? Response::error(e.what(), 403)
+                                                   : Response::text(e.what(), 500);
   } catch (const std::exception& e) {
     response = Response::text(e.what(), 500);
   } catch (...) {
@@ -117,6 +120,9 @@ std::string LocalBackend::withoutLibraryPath(std::string text) const {
 }
 
 Response LocalBackend::route(const Request& request) {
+  if (request.method != "GET" && db().readOnly()) {
+    throw Failure(403, LocalDatabase::readOnlyMessage);
+  }
   // Every set or page a query names is checked here, before any route can
   // build a file name, a database key or an archive entry from it.
   for (const auto& [key, what] : {std::pair{"set", "set"}, {"id", "set"}, {"page", "page"}}) {
@@ -153,6 +159,12 @@ std::int64_t LocalBackend::uniqueNowMs() {
     next = now > last ? now : last + 1;
   } while (!lastIdMs_.compare_exchange_weak(last, next));
   return next;
+}
+
+void LocalBackend::skipIdsThrough(std::int64_t ms) {
+  std::int64_t last = lastIdMs_.load();
+  while (last < ms && !lastIdMs_.compare_exchange_weak(last, ms)) {
+  }
 }
 
 }  // namespace vells::backend

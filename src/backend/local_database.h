@@ -17,7 +17,7 @@ namespace vells::backend {
 
 class DBError : public std::runtime_error {
  public:
-  enum class Kind { open, sql };
+  enum class Kind { open, sql, readOnly };
 
   static DBError open(const std::string& message) {
     return DBError(Kind::open, "Couldn\u2019t open the library database: " + message);
@@ -25,6 +25,7 @@ class DBError : public std::runtime_error {
   static DBError sql(const std::string& message) {
     return DBError(Kind::sql, "Database error: " + message);
   }
+  static DBError readOnly(const std::string& message) { return DBError(Kind::readOnly, message); }
   Kind kind() const { return kind_; }
 
  private:
@@ -67,10 +68,17 @@ class LocalDatabase {
   using Value = std::variant<std::string, std::int64_t, std::monostate>;
   using Row = std::vector<Value>;
 
+  // A database this process may not write (or whose folder it may not
+  // write) is opened read-only: reads work, writes fail with readOnlyMessage.
   explicit LocalDatabase(const std::filesystem::path& file);
   ~LocalDatabase();
   LocalDatabase(const LocalDatabase&) = delete;
   LocalDatabase& operator=(const LocalDatabase&) = delete;
+
+  bool readOnly() const { return readOnly_; }
+  static constexpr const char* readOnlyMessage =
+      "This library is read-only: Vellora can show it but not change it. Make its folder "
+      "writable to edit it.";
 
   std::int64_t version();
   void setVersion(std::int64_t n);
@@ -80,6 +88,8 @@ class LocalDatabase {
   // Inserts the row unless its id is taken, by this process or another one
   // on the same library; false when it was.
   bool insertNewSet(const SetRow& row);
+  // The largest number N of the ids "<prefix>N"; 0 when there is none.
+  std::int64_t newestSetNumber(const std::string& prefix);
   void updateSet(const SetRow& row);
   void deleteSet(const std::string& id);
   enum class SetDeletion { deleted, unknown, last };
@@ -116,6 +126,7 @@ class LocalDatabase {
   void transaction(Body&& body);
 
   sqlite3* db_ = nullptr;
+  bool readOnly_ = false;
   std::mutex mutex_;
 };
 

@@ -78,12 +78,14 @@ void requireKnownApp(LocalBackend& backend, const std::optional<std::string>& ap
 }
 
 // Ids are made from the clock, which another process on the same library
-// reads too: the database decides which id is free, and a taken one is made
-// again from a later millisecond.
+// reads too, and a process that makes many sets runs ahead of it: the
+// database decides which id is free, and a taken one is made again after the
+// newest id of its kind.
 void insertWithFreshId(LocalBackend& backend, SetRow& row) {
   for (int attempt = 0; attempt < 64; ++attempt) {
     row.id = newSetId(row.name, backend.uniqueNowMs());
     if (backend.db().insertNewSet(row)) return;
+    backend.skipIdsThrough(backend.db().newestSetNumber(row.id.substr(0, row.id.rfind('-') + 1)));
   }
   throw Failure(503, "The library is busy making sets; try again in a moment.");
 }

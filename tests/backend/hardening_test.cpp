@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <thread>
 
 #include "backend/header_value.h"
@@ -125,6 +128,14 @@ TEST_F(Hardening, SetsMadeByTwoProcessesAtOnceAllGetIds) {
   // A second backend on the same folder is what a second process is: its own
   // connection and its own clock for ids.
   LocalBackend other(LocalLibrary(dir.path() / "lib"), core);
+  // The other process made sets faster than one a millisecond: its ids run
+  // seconds ahead of the clock this one reads.
+  const std::int64_t now = backend::nowMs();
+  other.db().query(
+      "WITH RECURSIVE n(ms) AS (SELECT ? UNION ALL SELECT ms + 1 FROM n WHERE ms < ?) "
+      "INSERT INTO sets (id, name) SELECT 'race-' || ms, 'Race' FROM n",
+      {now, now + 19999});
+  other.skipIdsThrough(now + 20000);
   std::atomic<int> failed{0};
   auto make = [&](LocalBackend& backend) {
     for (int i = 0; i < 150; ++i) {
@@ -135,7 +146,7 @@ TEST_F(Hardening, SetsMadeByTwoProcessesAtOnceAllGetIds) {
   first.join();
   second.join();
   EXPECT_EQ(failed, 0);
-  EXPECT_EQ(bodyJSON(send("GET", "/api/sets")).asArray()->size(), 300u);
+  EXPECT_EQ(bodyJSON(send("GET", "/api/sets")).asArray()->size(), 20300u);
 }
 
 TEST_F(Hardening, TwoDeletesAtOnceNeverRemoveTheLastSet) {
@@ -143,8 +154,9 @@ TEST_F(Hardening, TwoDeletesAtOnceNeverRemoveTheLastSet) {
   for (int round = 0; round < 200; ++round) {
     const std::string a = newSet("A"), c = newSet("B");
     for (const auto& row : b.db().loadSets()) {
-      if (row.id != a && row.id != c)
+      if (row.id != a && row.id != c) {
         ASSERT_EQ(send("DELETE", "/api/sets?id=" + row.id).status, 200);
+      }
     }
     std::thread first([&] { call(b, "DELETE", "/api/sets?id=" + a); });
     std::thread second([&] { call(other, "DELETE", "/api/sets?id=" + c); });
@@ -220,6 +232,46 @@ TEST_F(Hardening, UploadsMustBePictures) {
   EXPECT_EQ(failure(send("POST", "/api/layer-asset",
                          png + std::string(backend::maxLayerAssetBytes, '\0'))),
             "413 Image too large: this upload takes at most 32 MB.");
+}
+
+TEST(ReadOnlyLibrary, ServesReadsAndRefusesWritesWithASentence) {
+  TempDir dir;
+  const fs::path root = dir.path() / "lib";
+  std::string set;
+  {
+    LocalBackend writer(LocalLibrary(root), std::make_shared<FakeCore>());
+    set = *bodyJSON(call(writer, "POST", "/api/sets", R"({"name":"Kept"})")).stringAt("id");
+    ASSERT_EQ(call(writer, "POST", "/api/texts?set=" + set, R"({"t":1})").status, 200);
+    ASSERT_EQ(call(writer, "POST", "/api/screen?page=home&os=ios&set=" + set, png).status, 200);
+  }
+  const auto before = tree(root);
+  for (const auto& e : fs::recursive_directory_iterator(root)) {
+    fs::permissions(e.path(), fs::perms::owner_write | fs::perms::group_write,
+                    fs::perm_options::remove);
+  }
+  fs::permissions(root, fs::perms::owner_write, fs::perm_options::remove);
+  // Root may write anything, so the reader is a process that dropped to "nobody".
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(100);
+    LocalBackend reader(LocalLibrary(root), std::make_shared<FakeCore>());
+    int failed = 0;
+    if (call(reader, "GET", "/api/texts?set=" + set).body != R"({"t":1})") failed |= 1;
+    if (call(reader, "GET", "/api/screen?page=home&os=ios&set=" + set).body != png) failed |= 2;
+    const Response write = call(reader, "POST", "/api/texts?set=" + set, R"({"t":2})");
+    if (write.status != 403 ||
+        bodyJSON(write).stringAt("error") != backend::LocalDatabase::readOnlyMessage) {
+      failed |= 4;
+    }
+    if (call(reader, "DELETE", "/api/sets?id=" + set).status != 403) failed |= 8;
+    ::_exit(failed);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0) << "1 texts, 2 screen, 4 write refusal, 8 delete refusal";
+  EXPECT_EQ(tree(root), before);
 }
 
 TEST(IdRule, SaysWhatIsWrong) {
