@@ -25,7 +25,8 @@ const char* const kHelp =
     "Environment:\n"
     "  VELLS_LIBRARY     the library folder (default: $XDG_DATA_HOME/Vells, else\n"
     "                    ~/.local/share/Vells)\n"
-    "  VELLS_RESOURCES   the folder holding core.js and assets/\n"
+    "  VELLS_RESOURCES   the folder holding the core script (core.parts and its\n"
+    "                    parts, or core.js) and assets/\n"
     "  VELLS_CHROMIUM    the headless Chromium to render with (default:\n"
     "                    /usr/lib/chromium/chromium-headless-shell)\n"
     "  VELLS_LOOKUP_URL  base of the App Store lookup endpoint\n";

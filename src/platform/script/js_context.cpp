@@ -78,6 +78,27 @@ std::string valueText(JSContextRef ctx, JSValueRef value) {
   return toUTF8(s);
 }
 
+// The exception a thrown script value stands for: its text and, for an error
+// object, the source and line the engine recorded on it.
+ScriptException thrown(JSContextRef ctx, JSValueRef exception) {
+  std::string where;
+  if (JSValueIsObject(ctx, exception)) {
+    JSObjectRef error = JSValueToObject(ctx, exception, nullptr);
+    auto property = [&](const char* name) -> JSValueRef {
+      StringRef key{std::string(name)};
+      return JSObjectGetProperty(ctx, error, key.ref, nullptr);
+    };
+    JSValueRef source = property("sourceURL");
+    JSValueRef line = property("line");
+    if (source && JSValueIsString(ctx, source) && line && JSValueIsNumber(ctx, line)) {
+      std::string name = valueText(ctx, source);
+      if (name.starts_with("file://")) name.erase(0, 7);
+      where = name + ":" + std::to_string(static_cast<long>(JSValueToNumber(ctx, line, nullptr)));
+    }
+  }
+  return ScriptException(valueText(ctx, exception), std::move(where));
+}
+
 // The callable object behind one host function: its private data points here.
 struct HostCallable {
   HostFunction function;
@@ -160,7 +181,7 @@ void JSContext::evaluate(std::string_view source, const std::string& sourceURL) 
   StringRef url(sourceURL);
   JSValueRef exception = nullptr;
   JSEvaluateScript(impl_->ctx, script.ref, nullptr, url.ref, 1, &exception);
-  if (exception) throw ScriptException(valueText(impl_->ctx, exception));
+  if (exception) throw thrown(impl_->ctx, exception);
 }
 
 std::optional<std::string> JSContext::callMethod(const std::string& objectName,
@@ -171,12 +192,12 @@ std::optional<std::string> JSContext::callMethod(const std::string& objectName,
   StringRef objectKey(objectName);
   JSValueRef objectValue =
       JSObjectGetProperty(ctx, JSContextGetGlobalObject(ctx), objectKey.ref, &exception);
-  if (exception) throw ScriptException(valueText(ctx, exception));
+  if (exception) throw thrown(ctx, exception);
   if (!JSValueIsObject(ctx, objectValue)) throw ScriptException(objectName + " is not defined");
   JSObjectRef object = JSValueToObject(ctx, objectValue, nullptr);
   StringRef methodKey(method);
   JSValueRef fnValue = JSObjectGetProperty(ctx, object, methodKey.ref, &exception);
-  if (exception) throw ScriptException(valueText(ctx, exception));
+  if (exception) throw thrown(ctx, exception);
   JSObjectRef fn = JSValueIsObject(ctx, fnValue) ? JSValueToObject(ctx, fnValue, nullptr) : nullptr;
   if (!fn || !JSObjectIsFunction(ctx, fn)) {
     throw ScriptException(objectName + "." + method + " is not a function");
@@ -200,7 +221,7 @@ std::optional<std::string> JSContext::callMethod(const std::string& objectName,
     argv.push_back(v);
   }
   JSValueRef result = JSObjectCallAsFunction(ctx, fn, object, argv.size(), argv.data(), &exception);
-  if (exception) throw ScriptException(valueText(ctx, exception));
+  if (exception) throw thrown(ctx, exception);
   if (!result || JSValueIsUndefined(ctx, result) || JSValueIsNull(ctx, result)) return std::nullopt;
   return valueText(ctx, result);
 }

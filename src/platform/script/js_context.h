@@ -13,7 +13,14 @@ namespace vells::platform {
 // A script exception, with the script's own text ("TypeError: …").
 class ScriptException : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit ScriptException(const std::string& text, std::string where = {})
+      : std::runtime_error(text), where_(std::move(where)) {}
+  // Where the script threw, as "source:line" with the source named as it was
+  // evaluated (a "file://" prefix dropped); empty when the engine doesn't say.
+  const std::string& where() const noexcept { return where_; }
+
+ private:
+  std::string where_;
 };
 
 // A value a host function hands back to the script.

@@ -1,11 +1,11 @@
-#include "text/measure_script.h"
+// Measures a store-image page where it really falls: the title's lines, clamp
+// and ink, words too wide for their column, text off the canvas or over the
+// phone, layers too small or over the title. It runs as the body of an async
+// function in the loaded page, laid out at canvas size, and answers
+// { issues, title, layers, phone } in canvas pixels.
 
-namespace vells::text {
-
-// Runs as the body of an async function in a loaded store-image page, laid out
-// at canvas size, and returns the page's own part of the report.
-const std::string_view kMeasureScript = R"JS(
-const W = innerWidth, H = innerHeight;
+const W = innerWidth,
+  H = innerHeight;
 const px = Math.round;
 const issues = [];
 const phoneEl = document.querySelector("[data-vell-phone]");
@@ -25,7 +25,14 @@ function inkOf(el) {
   const b = el.getBoundingClientRect();
   const top = Math.max(r.top, b.top);
   const bottom = Math.min(r.bottom, b.bottom);
-  return { left: r.left, right: r.right, width: r.width, top, bottom, height: Math.max(0, bottom - top) };
+  return {
+    left: r.left,
+    right: r.right,
+    width: r.width,
+    top,
+    bottom,
+    height: Math.max(0, bottom - top),
+  };
 }
 
 function edges(r, what) {
@@ -46,7 +53,15 @@ function widestWord(el, cs, column) {
     span.style.font = cs.font;
     // The shorthand is empty when a part of it has no shorthand form.
     if (!span.style.font) {
-      for (const p of ["fontFamily", "fontSize", "fontWeight", "fontStyle", "fontStretch", "fontVariant"]) span.style[p] = cs[p];
+      for (const p of [
+        "fontFamily",
+        "fontSize",
+        "fontWeight",
+        "fontStyle",
+        "fontStretch",
+        "fontVariant",
+      ])
+        span.style[p] = cs[p];
     }
     span.style.letterSpacing = cs.letterSpacing;
     span.style.fontFeatureSettings = cs.fontFeatureSettings;
@@ -77,22 +92,54 @@ if (t) {
   const parentWidth = t.parentElement ? t.parentElement.clientWidth : W;
   const column = parentWidth - parseFloat(cs.paddingLeft) - parseFloat(cs.paddingRight);
   ink = inkOf(t);
-  title = { lines, maxLines: shown, truncated, fontSize: size, columnWidth: px(column), box: rounded(ink) };
+  title = {
+    lines,
+    maxLines: shown,
+    truncated,
+    fontSize: size,
+    columnWidth: px(column),
+    box: rounded(ink),
+  };
 
   if (truncated) {
-    issues.push("The title is cut off with \"\u2026\": at " + px(size) + "px it needs " + lines + " lines and its box shows " + shown +
-      ". Shorten it, break it with \\n into at most " + Math.max(2, shown) + " lines, or lower titleSize.");
+    issues.push(
+      'The title is cut off with "\u2026": at ' +
+        px(size) +
+        "px it needs " +
+        lines +
+        " lines and its box shows " +
+        shown +
+        ". Shorten it, break it with \\n into at most " +
+        Math.max(2, shown) +
+        " lines, or lower titleSize.",
+    );
   }
   const wide = widestWord(t, cs, column);
   if (wide) {
-    issues.push("The title word \"" + wide.word + "\" is " + px(wide.width) + "px wide but the title column is " + px(column) +
-      "px, so it breaks in the middle. Use a shorter word or a smaller titleSize.");
+    issues.push(
+      'The title word "' +
+        wide.word +
+        '" is ' +
+        px(wide.width) +
+        "px wide but the title column is " +
+        px(column) +
+        "px, so it breaks in the middle. Use a shorter word or a smaller titleSize.",
+    );
   }
   edges(ink, "The title");
   if (phone && overlap(ink, phone) > 0) {
-    issues.push("The title's text overlaps the phone by " + px(Math.min(ink.bottom, phone.bottom) - Math.max(ink.top, phone.top)) + "px vertically.");
+    issues.push(
+      "The title's text overlaps the phone by " +
+        px(Math.min(ink.bottom, phone.bottom) - Math.max(ink.top, phone.top)) +
+        "px vertically.",
+    );
   }
-  if (size < 40) issues.push("The title is " + px(size) + "px \u2014 too small to read on a store page (keep it at 40px or more).");
+  if (size < 40)
+    issues.push(
+      "The title is " +
+        px(size) +
+        "px \u2014 too small to read on a store page (keep it at 40px or more).",
+    );
 }
 
 const layers = [];
@@ -107,18 +154,26 @@ for (const el of document.querySelectorAll("[data-vell-layer]")) {
   const cs = getComputedStyle(el);
   const size = parseFloat(cs.fontSize);
   layers.push({ id, kind: "text", box: rounded(r), fontSize: size });
-  const name = "The text \"" + quote(el.innerText.trim(), 40) + "\" (layer " + id + ")";
+  const name = 'The text "' + quote(el.innerText.trim(), 40) + '" (layer ' + id + ")";
   edges(r, name);
-  if (size < 22) issues.push(name + " is " + px(size) + "px \u2014 too small to read on a store page (22px or more).");
+  if (size < 22)
+    issues.push(
+      name + " is " + px(size) + "px \u2014 too small to read on a store page (22px or more).",
+    );
   if (t && overlap(r, ink) > 0) issues.push(name + " overlaps the title.");
   const wide = widestWord(el, cs, el.clientWidth);
   if (wide) {
-    issues.push(name + ": the word \"" + wide.word + "\" is wider than its box (" + px(wide.width) + "px vs " + px(el.clientWidth) +
-      "px). Widen the box (w) or shorten the word.");
+    issues.push(
+      name +
+        ': the word "' +
+        wide.word +
+        '" is wider than its box (' +
+        px(wide.width) +
+        "px vs " +
+        px(el.clientWidth) +
+        "px). Widen the box (w) or shorten the word.",
+    );
   }
 }
 
 return { issues, title, layers, phone: phone ? rounded(phone) : null };
-)JS";
-
-}  // namespace vells::text
