@@ -13,10 +13,10 @@
 #include "cli/demo_set.h"
 #include "cli/export_command.h"
 #include "process_memory.h"
-#include "rendering/cache_routes.h"
 #include "rendering/core_js.h"
-#include "rendering/page_routes.h"
 #include "rendering/zip_writer.h"
+#include "routes/cache_routes.h"
+#include "routes/page_routes.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ struct Library {
   Library(const std::string& name, rendering::HTMLRenderer& r)
       : root(fs::temp_directory_path() / (name + std::to_string(getpid()))), renderer(r) {
     backend::RouteFamilies routes;
-    for (auto make : {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes}) {
+    for (auto make : {&routes::pageRoutes, &routes::cacheRoutes, &routes::exportRoutes}) {
       for (auto& route : make(renderer))
         routes.exact.push_back(std::move(route));
     }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 namespace vells::backend {
 
@@ -49,7 +50,7 @@ class CoreScript {
   virtual std::optional<std::filesystem::path> assetsRoot() const = 0;
 };
 
-class CoreError : public std::runtime_error {
+class CoreError : public Error {
  public:
   enum class Kind { exception, missingBundle };
 
@@ -62,7 +63,8 @@ class CoreError : public std::runtime_error {
   static CoreError missingBundle() {
     return CoreError(
         Kind::missingBundle,
-        "core.js is missing from the app bundle \u2014 rebuild with apps/macos/build.sh.");
+        "The core script (core.parts or core.js) is missing from the resources folder "
+        "\u2014 set VELLS_RESOURCES to the folder that holds it, or reinstall Vellora.");
   }
   Kind kind() const { return kind_; }
   // Which part of the script failed and on which line ("…/core/layout.js:42");
@@ -70,7 +72,7 @@ class CoreError : public std::runtime_error {
   const std::string& where() const noexcept { return where_; }
 
  private:
-  CoreError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  CoreError(Kind kind, const std::string& message) : Error(message), kind_(kind) {}
   Kind kind_;
   std::string where_;
 };

@@ -49,11 +49,6 @@ fs::path LocalLibrary::standardRoot() {
   return fs::path(home) / ".local" / "share" / "Vells";
 }
 
-const LocalLibrary& LocalLibrary::standard() {
-  static const LocalLibrary instance(standardRoot());
-  return instance;
-}
-
 void LocalLibrary::prepare() const {
   // A library nobody may write is used as it stands.
   std::error_code ec;

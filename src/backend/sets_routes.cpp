@@ -3,10 +3,12 @@
 #include <set>
 
 #include "backend/apps.h"
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/id_rule.h"
+#include "backend/ids.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/routes.h"
 #include "backend/sets.h"
 
@@ -202,7 +204,7 @@ void copySetFiles(const LocalLibrary& lib, const std::string& from, const std::s
   for (const fs::path& folder : setFileFolders(lib)) {
     for (const std::string& name : files(folder)) {
       for (const PageRow& page : pages) {
-        if (!startsWith(name, from + "-" + page.id + "-")) continue;
+        if (!name.starts_with(from + "-" + page.id + "-")) continue;
         std::error_code ec;
         fs::copy_file(folder / name, folder / (to + name.substr(from.size())),
                       fs::copy_options::overwrite_existing, ec);

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <vector>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "platform/base64.h"
 #include "platform/script/js_context.h"
 #include "platform/sha256.h"
@@ -68,11 +68,6 @@ CoreJS::CoreJS(std::optional<fs::path> resourceDir) : resourceDir_(std::move(res
 }
 
 CoreJS::~CoreJS() = default;
-
-std::shared_ptr<CoreJS> CoreJS::shared() {
-  static const std::shared_ptr<CoreJS> instance = std::make_shared<CoreJS>(resourceDir());
-  return instance;
-}
 
 std::optional<fs::path> CoreJS::resourceDir() {
   if (const char* env = std::getenv("VELLS_RESOURCES"); env && *env) {

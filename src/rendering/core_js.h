@@ -27,7 +27,6 @@ class CoreJS final : public backend::CoreScript {
   explicit CoreJS(std::optional<std::filesystem::path> resourceDir);
   ~CoreJS() override;
 
-  static std::shared_ptr<CoreJS> shared();
   // $VELLS_RESOURCES when set, else the installed share folder when it holds
   // the script, else the source tree's resources/.
   static std::optional<std::filesystem::path> resourceDir();

@@ -167,7 +167,8 @@ TEST_F(Host, MissingScriptOrFolder) {
     } catch (const CoreError& e) {
       EXPECT_EQ(e.kind(), CoreError::Kind::missingBundle);
       EXPECT_EQ(std::string(e.what()),
-                "core.js is missing from the app bundle \u2014 rebuild with apps/macos/build.sh.");
+                "The core script (core.parts or core.js) is missing from the resources folder "
+                "\u2014 set VELLS_RESOURCES to the folder that holds it, or reinstall Vellora.");
     }
     EXPECT_TRUE(core.catalog()->empty());
   }

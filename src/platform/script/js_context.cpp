@@ -2,6 +2,8 @@
 
 #include <JavaScriptCore/JavaScript.h>
 
+#include "platform/utf8.h"
+
 namespace vells::platform {
 
 namespace {
@@ -12,26 +14,8 @@ std::u16string toUTF16(std::string_view s) {
   std::u16string out;
   out.reserve(s.size());
   for (std::size_t i = 0; i < s.size();) {
-    auto b = [&](std::size_t k) { return static_cast<unsigned char>(s[k]); };
-    unsigned char c = b(i);
-    char32_t cp = 0xFFFD;
-    std::size_t len = 1;
-    auto cont = [&](std::size_t k) { return k < s.size() && (b(k) & 0xC0) == 0x80; };
-    if (c < 0x80) {
-      cp = c;
-    } else if (c >= 0xC2 && c <= 0xDF && cont(i + 1)) {
-      cp = ((c & 0x1F) << 6) | (b(i + 1) & 0x3F);
-      len = 2;
-    } else if (c >= 0xE0 && c <= 0xEF && cont(i + 1) && cont(i + 2)) {
-      cp = ((c & 0x0F) << 12) | ((b(i + 1) & 0x3F) << 6) | (b(i + 2) & 0x3F);
-      len = 3;
-      if (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD, len = 1;
-    } else if (c >= 0xF0 && c <= 0xF4 && cont(i + 1) && cont(i + 2) && cont(i + 3)) {
-      cp = ((c & 0x07) << 18) | ((b(i + 1) & 0x3F) << 12) | ((b(i + 2) & 0x3F) << 6) |
-           (b(i + 3) & 0x3F);
-      len = 4;
-      if (cp < 0x10000 || cp > 0x10FFFF) cp = 0xFFFD, len = 1;
-    }
+    const UTF8Step step = decodeUTF8(s, i);
+    char32_t cp = step.value;
     if (cp >= 0x10000) {
       cp -= 0x10000;
       out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
@@ -39,7 +23,7 @@ std::u16string toUTF16(std::string_view s) {
     } else {
       out.push_back(static_cast<char16_t>(cp));
     }
-    i += len;
+    i += step.valid ? step.length : 1;
   }
   return out;
 }

@@ -7,14 +7,15 @@
 #include <string>
 #include <string_view>
 #include <vector>
+#include "platform/error.h"
 
 namespace vells::platform {
 
 // A script exception, with the script's own text ("TypeError: …").
-class ScriptException : public std::runtime_error {
+class ScriptException : public Error {
  public:
   explicit ScriptException(const std::string& text, std::string where = {})
-      : std::runtime_error(text), where_(std::move(where)) {}
+      : Error(text), where_(std::move(where)) {}
   // Where the script threw, as "source:line" with the source named as it was
   // evaluated (a "file://" prefix dropped); empty when the engine doesn't say.
   const std::string& where() const noexcept { return where_; }

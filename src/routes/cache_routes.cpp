@@ -1,15 +1,20 @@
-#include "rendering/cache_routes.h"
+#include "routes/cache_routes.h"
 
 #include <filesystem>
 #include <memory>
 
-#include "backend/helpers.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
 #include "rendering/composite.h"
 #include "rendering/warm_jobs.h"
 
-namespace vells::rendering {
+namespace vells::routes {
+
+using rendering::CompositeRequest;
+using rendering::Compositor;
+using rendering::HTMLRenderer;
+using rendering::WarmJobs;
 
 namespace fs = std::filesystem;
 using backend::LocalBackend;
@@ -73,10 +78,16 @@ void warmAll(HTMLRenderer& renderer, LocalBackend& b, const CacheQuery& q,
       if (shouldStop()) return;
       cr.locale = locale;
       cr.page = page;
-      // One failing page must not keep the rest of the set cold.
+      // One failing page must not keep the rest of the set cold; nobody
+      // waits for this answer, so the log is where the failure goes.
       try {
         c.composite(cr);
+      } catch (const std::exception& e) {
+        b.log().warning("Couldn't prepare " + page + " (" + locale + ", " + q.os + ", " + q.theme +
+                        ") of the set " + q.set + ": " + e.what());
       } catch (...) {
+        b.log().warning("Couldn't prepare " + page + " (" + locale + ") of the set " + q.set +
+                        ": an unexpected error stopped it.");
       }
     }
   }
@@ -158,4 +169,4 @@ std::vector<backend::Route> cacheRoutes(HTMLRenderer& renderer) {
       {"POST", "/api/regenerate", &regenerate}};
 }
 
-}  // namespace vells::rendering
+}  // namespace vells::routes

@@ -5,7 +5,7 @@
 
 #include "backend/images.h"
 #include "backend/test_support.h"
-#include "rendering/html_routes.h"
+#include "routes/html_routes.h"
 
 namespace vells::testing {
 namespace {
@@ -35,7 +35,7 @@ class HtmlRoutes : public ::testing::Test {
 
   HtmlRoutes()
       : core(std::make_shared<FakeCore>()),
-        b(LocalLibrary(dir.path() / "lib"), core, rendering::htmlRoutes(*renderer)) {
+        b(LocalLibrary(dir.path() / "lib"), core, routes::htmlRoutes(*renderer)) {
     JSONValue::Object catalog = FakeCore::defaultCatalog();
     catalog["devices"] =
         JSONValue::parse(R"({"ios":{"width":40,"height":60},"android":{"width":50}})");
@@ -198,7 +198,7 @@ TEST(HtmlRoutesFailures, ARenderFailureStoresNothingAndFreesTheSlot) {
   TempDir dir;
   HTMLRenderer failing(1, [] { return std::make_unique<FailingSlot>(); });
   LocalBackend b(LocalLibrary(dir.path() / "lib"), std::make_shared<FakeCore>(),
-                 rendering::htmlRoutes(failing));
+                 routes::htmlRoutes(failing));
 
   Response r = call(b, "POST", "/api/screen-html?page=home",
                     JSONValue(JSONValue::Object{{"html", kBlue}}).dump());

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "backend/helpers.h"
+#include "backend/content_name.h"
+#include "backend/ids.h"
+#include "backend/mime.h"
+#include "backend/request_params.h"
+#include "backend/sets.h"
 #include "backend/url_request.h"
 #include "document/json_value.h"
 

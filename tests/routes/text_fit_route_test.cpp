@@ -15,7 +15,7 @@
 #include "rendering/browser_slot.h"
 #include "rendering/composite.h"
 #include "rendering/core_js.h"
-#include "text/text_routes.h"
+#include "routes/text_routes.h"
 
 namespace vells::testing {
 namespace {
@@ -67,7 +67,7 @@ class TextFit : public ::testing::Test {
   TextFit()
       : b(LocalLibrary(dir.path() / "lib"),
           std::make_shared<CoreJS>(fs::path(VELLS_SOURCE_RESOURCES)),
-          {text::textRoutes(*renderer), {}}) {
+          {routes::textRoutes(*renderer), {}}) {
     b.db().savePages("default", {{"home", "Home", "builtin", std::nullopt}});
   }
 
@@ -216,7 +216,7 @@ TEST(TextFitFailure, ARenderFailureIsTheEnginesError) {
   });
   LocalBackend b(LocalLibrary(dir.path() / "lib"),
                  std::make_shared<CoreJS>(fs::path(VELLS_SOURCE_RESOURCES)),
-                 {text::textRoutes(broken), {}});
+                 {routes::textRoutes(broken), {}});
   b.db().savePages("default", {{"home", "Home", "builtin", std::nullopt}});
   Response r = call(b, "GET", "/api/text-fit");
   EXPECT_EQ(r.status, 500);

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "rendering/html_renderer.h"
-#include "text/measure_script.h"
+#include "routes/measure_script.h"
 
-namespace vells::text {
+namespace vells::routes {
 namespace {
 
 using rendering::HTMLRenderer;
@@ -110,4 +110,4 @@ TEST_F(MeasureScript, LayersByKindWithTheEdgeTolerance) {
 }
 
 }  // namespace
-}  // namespace vells::text
+}  // namespace vells::routes

@@ -7,15 +7,21 @@
 #include <thread>
 
 #include "backend/header_value.h"
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
-#include "rendering/cache_routes.h"
 #include "rendering/composite.h"
 #include "rendering/zip_writer.h"
+#include "routes/cache_routes.h"
 
-namespace vells::rendering {
+namespace vells::routes {
+
+using rendering::CompositeRequest;
+using rendering::Compositor;
+using rendering::HTMLRenderer;
+using rendering::ZipWriter;
 
 using backend::LocalBackend;
 using backend::Request;
@@ -167,4 +173,4 @@ std::vector<backend::Route> exportRoutes(HTMLRenderer& renderer) {
            [&renderer](LocalBackend& b, const Request& r) { return downloadAll(renderer, b, r); }}};
 }
 
-}  // namespace vells::rendering
+}  // namespace vells::routes

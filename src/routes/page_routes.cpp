@@ -1,14 +1,21 @@
-#include "rendering/page_routes.h"
+#include "routes/page_routes.h"
 
 #include "backend/header_value.h"
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/mime.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
 #include "backend/url_request.h"
 #include "rendering/composite.h"
 
-namespace vells::rendering {
+namespace vells::routes {
+
+using rendering::CompositeRequest;
+using rendering::Compositor;
+using rendering::HTMLRenderer;
+using rendering::Plan;
 
 namespace fs = std::filesystem;
 using backend::Failure;
@@ -92,7 +99,7 @@ Response preview(HTMLRenderer& renderer, LocalBackend& b, const Request& request
     args["builtin"] = Compositor::builtinOf(row, q.page);
     html = b.core().stringWithDocs("previewHtml", c.documents(q.set), args);
   } else {
-    auto screen = c.findScreen(q.set, q.page, q.os, q.theme, q.locale);
+    auto screen = backend::findScreen(b.library(), q.set, q.page, q.os, q.locale, q.theme);
     JSONValue imageUrl = screen ? JSONValue(url("/api/screen", {{"set", q.set},
                                                                 {"page", q.page},
                                                                 {"os", q.os},
@@ -168,7 +175,7 @@ Response vell(HTMLRenderer& renderer, LocalBackend& b, const Request& request) {
   if (!row) return Response::notFound();
   Compositor c(b, renderer);
   if (row->source != "builtin") {
-    auto screen = c.findScreen(q.set, q.page, q.os, q.theme, q.locale);
+    auto screen = backend::findScreen(b.library(), q.set, q.page, q.os, q.locale, q.theme);
     auto bytes = screen ? backend::readFile(*screen) : std::nullopt;
     if (!bytes) return Response::text("No screen uploaded for this page", 404);
     return bytesAs(std::move(*bytes), backend::mimeForExtension(screen->string()));
@@ -246,4 +253,4 @@ std::vector<backend::Route> pageRoutes(HTMLRenderer& renderer) {
           {"GET", "/composite", bind(&compositeRoute)}};
 }
 
-}  // namespace vells::rendering
+}  // namespace vells::routes

@@ -1,12 +1,17 @@
-#include "rendering/html_routes.h"
+#include "routes/html_routes.h"
 
 #include <cmath>
 
-#include "backend/helpers.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 
-namespace vells::rendering {
+namespace vells::routes {
+
+using rendering::CSSSize;
+using rendering::HTMLRenderer;
+using rendering::Rect;
+using rendering::RenderError;
 
 namespace {
 
@@ -104,4 +109,4 @@ backend::RouteFamilies htmlRoutes(HTMLRenderer& renderer) {
   return families;
 }
 
-}  // namespace vells::rendering
+}  // namespace vells::routes

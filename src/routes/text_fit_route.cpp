@@ -1,15 +1,16 @@
 #include <map>
 #include <set>
 
-#include "backend/helpers.h"
+#include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/sets.h"
 #include "rendering/composite.h"
-#include "text/measure_script.h"
+#include "routes/measure_script.h"
+#include "routes/text_routes.h"
 #include "text/readability.h"
-#include "text/text_routes.h"
 
-namespace vells::text {
+namespace vells::routes {
 
 namespace {
 
@@ -18,6 +19,8 @@ using backend::Request;
 using backend::Response;
 using rendering::Compositor;
 using rendering::Plan;
+using text::Box;
+using text::Readability;
 
 // [left, top, width, height]; anything else is no box.
 std::optional<Box> boxOf(const JSONValue* value) {
@@ -96,7 +99,7 @@ Response textFit(rendering::HTMLRenderer& renderer, LocalBackend& b, const Reque
   std::optional<Box> titleBox;
   if (const JSONValue* title = report->find("title")) titleBox = boxOf(title->find("box"));
   const bool hasBackgroundImage =
-      compositor.findPageImage(b.library().backgrounds(), set, page, os).has_value();
+      backend::findImage(b.library().backgrounds(), set, page, os).has_value();
   const Readability::Contrast contrast = Readability::contrastIssues(
       plan.style, plan.title, titleBox, measuredTextLayers(plan.style, *report),
       {canvas.width, canvas.height}, hasBackgroundImage);
@@ -124,4 +127,4 @@ std::vector<backend::Route> textRoutes(rendering::HTMLRenderer& renderer) {
            [&renderer](LocalBackend& b, const Request& r) { return textFit(renderer, b, r); }}};
 }
 
-}  // namespace vells::text
+}  // namespace vells::routes

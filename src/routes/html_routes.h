@@ -3,10 +3,10 @@
 #include "backend/routes.h"
 #include "rendering/html_renderer.h"
 
-namespace vells::rendering {
+namespace vells::routes {
 
 // /api/screen-html and /api/layer-html: pictures a page or a layer makes from
 // its own HTML, drawn with `renderer` and stored as the backend stores uploads.
-backend::RouteFamilies htmlRoutes(HTMLRenderer& renderer);
+backend::RouteFamilies htmlRoutes(rendering::HTMLRenderer& renderer);
 
-}  // namespace vells::rendering
+}  // namespace vells::routes
