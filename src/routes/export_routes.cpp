@@ -6,8 +6,8 @@
 #include <mutex>
 #include <thread>
 
-#include "backend/header_value.h"
 #include "backend/file_io.h"
+#include "backend/header_value.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
 #include "backend/request_params.h"

@@ -1,7 +1,7 @@
 #include "routes/page_routes.h"
 
-#include "backend/header_value.h"
 #include "backend/file_io.h"
+#include "backend/header_value.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
 #include "backend/mime.h"
