@@ -101,7 +101,7 @@ TEST(EngineWall, RenderedPagesReachNothingOutsideTheirHTML) {
                            "navigator.sendBeacon && navigator.sendBeacon('http://" +
                            base + "/beacon', 'x');</script>";
   HTMLRenderer renderer(1);
-  auto slot = renderer.acquire(false);
+  auto slot = renderer.acquire(platform::Priority::interactive);
   slot->load(page, {200, 200});
   // Whatever the page started has time to knock; a render never takes this long.
   const JSONValue answer = slot->run(
