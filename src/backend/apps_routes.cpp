@@ -5,6 +5,7 @@
 #include "backend/ids.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/picture_upload.h"
 #include "backend/routes.h"
 
 namespace vells::backend {
@@ -133,20 +134,8 @@ Response deleteApp(LocalBackend& backend, const Request& request) {
   return Response::ok();
 }
 
-// Wider than mimeToExt: any type that mentions the format will do.
-std::string iconExtension(std::string_view contentType) {
-  if (contentType.find("jpeg") != std::string_view::npos ||
-      contentType.find("jpg") != std::string_view::npos) {
-    return "jpg";
-  }
-  if (contentType.find("webp") != std::string_view::npos) return "webp";
-  return "png";
-}
-
 Response uploadAppIcon(LocalBackend& backend, const Request& request) {
-  if (request.body.empty()) throw Failure(400, "Empty image");
-  if (request.body.size() > maxImageBytes) throw Failure(413, "Image too large");
-  const std::string name = sha(request.body) + "." + iconExtension(request.contentType);
+  const std::string name = sha(request.body) + "." + checkedPicture(request.body, maxAppIconBytes);
   const fs::path folder = backend.library().appIcons();
   fs::create_directories(folder);
   const fs::path file = folder / name;

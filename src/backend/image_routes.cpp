@@ -5,6 +5,7 @@
 #include "backend/images.h"
 #include "backend/local_backend.h"
 #include "backend/mime.h"
+#include "backend/picture_upload.h"
 #include "backend/request_params.h"
 #include "backend/routes.h"
 #include "backend/sets.h"
@@ -34,13 +35,6 @@ struct ScreenQuery {
   }
 };
 
-// An upload body: checked before anything on disk is touched.
-const std::string& imageBody(const Request& request) {
-  if (request.body.empty()) throw Failure(400, "Empty image");
-  if (request.body.size() > maxImageBytes) throw Failure(413, "Image too large");
-  return request.body;
-}
-
 Response exists(bool found) {
   return Response::json(JSONValue::Object{{"exists", found}});
 }
@@ -61,19 +55,10 @@ Response hasScreen(LocalBackend& backend, const Request& request) {
   return exists(ScreenQuery(request).find(backend.library()).has_value());
 }
 
-// Screen uploads are typed by a looser rule than mimeToExt: any type that
-// mentions jpeg or webp.
-std::string screenExt(std::string_view contentType) {
-  if (contentType.find("jpeg") != std::string_view::npos) return "jpg";
-  if (contentType.find("webp") != std::string_view::npos) return "webp";
-  return "png";
-}
-
 Response uploadScreen(LocalBackend& backend, const Request& request) {
-  const std::string& body = imageBody(request);
+  const std::string ext = checkedPicture(request.body, maxScreenBytes);
   const ScreenQuery q(request);
-  storeScreen(backend.library(), q.set, q.page, q.os, q.locale, q.appearance, body,
-              screenExt(request.contentType));
+  storeScreen(backend.library(), q.set, q.page, q.os, q.locale, q.appearance, request.body, ext);
   return Response::ok();
 }
 
@@ -156,10 +141,9 @@ std::vector<Route> imageFamily(std::string_view path, std::string_view hasPath, 
     return exists(findImage((backend.library().*folder)(), q.set, q.page, q.os).has_value());
   };
   auto replace = [folder](LocalBackend& backend, const Request& request) {
-    const std::string& body = imageBody(request);
+    const std::string ext = checkedPicture(request.body, maxScreenBytes);
     const ImageQuery q(request);
-    replaceImage((backend.library().*folder)(), q.set, q.page, q.os, body,
-                 mimeToExt(request.contentType));
+    replaceImage((backend.library().*folder)(), q.set, q.page, q.os, request.body, ext);
     return Response::ok();
   };
   auto remove = [folder](LocalBackend& backend, const Request& request) {
@@ -179,9 +163,9 @@ Response serveLayerAsset(LocalBackend& backend, const Request& request) {
 }
 
 Response uploadLayerAsset(LocalBackend& backend, const Request& request) {
-  const std::string& body = imageBody(request);
-  const std::string name = storeLayer(backend.library(), request.param("set", "default"), body,
-                                      mimeToExt(request.contentType));
+  const std::string ext = checkedPicture(request.body, maxLayerAssetBytes);
+  const std::string name =
+      storeLayer(backend.library(), request.param("set", "default"), request.body, ext);
   return Response::json(JSONValue::Object{{"ok", true}, {"asset", name}});
 }
 

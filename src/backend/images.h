@@ -17,10 +17,6 @@ namespace vells::backend {
 // are looked for and removed.
 inline constexpr std::array<std::string_view, 4> imageExtensions{"png", "jpg", "jpeg", "webp"};
 
-// Uploads above this size are refused before anything is touched: no store
-// picture comes near it, and the body is held in memory on its way here.
-inline constexpr std::size_t maxImageBytes = std::size_t{64} << 20;
-
 // Names are built from request values, so a "/" (or a NUL) would leave the
 // folder. Every value that becomes part of a file name passes this test.
 bool isNamePart(std::string_view part);

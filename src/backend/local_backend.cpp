@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "backend/header_value.h"
+#include "backend/id_rule.h"
 #include "backend/ids.h"
 
 namespace vells::backend {
@@ -64,7 +66,7 @@ void LocalBackend::start() {
 }
 
 void LocalBackend::upgrade(LocalDatabase& db) {
-  if (db.version() >= 1) return;
+  if (db.version() >= 1 || db.readOnly()) return;
   std::vector<PageRow> seed;
   for (const JSONValue& entry : catalog().pages()) {
     auto id = entry.stringAt("id");
@@ -83,19 +85,52 @@ LocalDatabase& LocalBackend::db() {
 }
 
 Response LocalBackend::handle(const Request& request) noexcept {
+  Response response;
   try {
     start();
-    return route(request);
+    response = route(request);
   } catch (const Failure& failure) {
-    return failure.response();
+    response = failure.response();
+  } catch (const DBError& e) {
+    response = e.kind() == DBError::Kind::readOnly ? Response::error(e.what(), 403)
+                                                   : Response::text(e.what(), 500);
   } catch (const std::exception& e) {
-    return Response::text(e.what(), 500);
+    response = Response::text(e.what(), 500);
   } catch (...) {
-    return Response::text("An unexpected error stopped the request.", 500);
+    response = Response::text("An unexpected error stopped the request.", 500);
   }
+  // Answers leave the process (a client, a log, a bug report): where the
+  // library lives is no business of theirs, and no header may carry a line
+  // break a request put there.
+  if (response.status >= 400) response.body = withoutLibraryPath(std::move(response.body));
+  for (auto& [name, value] : response.headers)
+    value = headerValue(value);
+  response.mime = headerValue(response.mime);
+  return response;
+}
+
+std::string LocalBackend::withoutLibraryPath(std::string text) const {
+  const std::string root = library_.root().string();
+  if (root.empty()) return text;
+  for (std::string::size_type at; (at = text.find(root)) != std::string::npos;) {
+    auto end = at + root.size();
+    if (end < text.size() && text[end] == '/') ++end;
+    text.replace(at, end - at, "");
+  }
+  return text;
 }
 
 Response LocalBackend::route(const Request& request) {
+  if (request.method != "GET" && db().readOnly()) {
+    throw Failure(403, LocalDatabase::readOnlyMessage);
+  }
+  // Every set or page a query names is checked here, before any route can
+  // build a file name, a database key or an archive entry from it.
+  for (const auto& [key, what] : {std::pair{"set", "set"}, {"id", "set"}, {"page", "page"}}) {
+    if (auto it = request.query.find(key); it != request.query.end()) {
+      requireValidId(what, it->second);
+    }
+  }
   auto it = exact_.find(routeKey(request.method, request.path));
   if (it != exact_.end()) return it->second(*this, request);
   for (const PrefixRoute& p : prefixes_) {
@@ -110,6 +145,8 @@ JSONValue LocalBackend::json(std::string_view bytes) {
   if (bytes.empty()) return JSONValue::Object{};
   try {
     return JSONValue::parse(bytes);
+  } catch (const JSONDepthError&) {
+    throw Failure(400, "Bad JSON body: nested too deeply");
   } catch (const JSONParseError&) {
     throw Failure(400, "Bad JSON body");
   }
@@ -123,6 +160,12 @@ std::int64_t LocalBackend::uniqueNowMs() {
     next = now > last ? now : last + 1;
   } while (!lastIdMs_.compare_exchange_weak(last, next));
   return next;
+}
+
+void LocalBackend::skipIdsThrough(std::int64_t ms) {
+  std::int64_t last = lastIdMs_.load();
+  while (last < ms && !lastIdMs_.compare_exchange_weak(last, ms)) {
+  }
 }
 
 }  // namespace vells::backend

@@ -60,6 +60,9 @@ class LocalBackend {
   // Milliseconds since 1970, strictly increasing within this process, so two
   // sets made in the same millisecond still get different ids.
   std::int64_t uniqueNowMs();
+  // Makes every later uniqueNowMs greater than `ms`: another process on the
+  // library has used ids up to it.
+  void skipIdsThrough(std::int64_t ms);
 
   // Keys of render warm-ups in flight, guarded by the start lock.
   std::mutex& lock() { return lock_; }
@@ -71,6 +74,9 @@ class LocalBackend {
 
  private:
   Response route(const Request& request);
+  // `text` with every mention of the library's folder cut out, leaving names
+  // relative to it.
+  std::string withoutLibraryPath(std::string text) const;
   void upgrade(LocalDatabase& db);
 
   LocalLibrary library_;

@@ -1,6 +1,7 @@
 #include "backend/local_database.h"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <memory>
 
@@ -116,6 +117,22 @@ AppRow appRowOf(const LocalDatabase::Row& r) {
   return row;
 }
 
+// "file:" and the path, with the characters a URI gives meaning escaped.
+std::string readOnlyURI(const std::filesystem::path& file) {
+  std::string uri = "file:";
+  for (char c : file.string()) {
+    if (c == '%' || c == '?' || c == '#') {
+      static constexpr char hex[] = "0123456789ABCDEF";
+      uri += '%';
+      uri.push_back(hex[static_cast<unsigned char>(c) >> 4]);
+      uri.push_back(hex[c & 0xF]);
+    } else {
+      uri.push_back(c);
+    }
+  }
+  return uri + "?immutable=1";
+}
+
 struct SqliteCloser {
   void operator()(sqlite3* db) const { sqlite3_close(db); }
 };
@@ -141,9 +158,16 @@ JSONValue PageRow::json() const {
 }
 
 LocalDatabase::LocalDatabase(const std::filesystem::path& file) {
-  int rc =
-      sqlite3_open_v2(file.c_str(), &db_,
-                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);
+  std::error_code ec;
+  const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+  readOnly_ = ::access(folder.c_str(), W_OK) != 0 ||
+              (std::filesystem::exists(file, ec) && ::access(file.c_str(), W_OK) != 0);
+  // Nothing can write a library nobody may write, so it is read as it stands,
+  // without the journal files WAL would have to create beside it.
+  const std::string name = readOnly_ ? readOnlyURI(file) : file.string();
+  const int flags = readOnly_ ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_FULLMUTEX
+                              : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+  int rc = sqlite3_open_v2(name.c_str(), &db_, flags, nullptr);
   if (rc != SQLITE_OK) {
     std::string message = db_ ? sqlite3_errmsg(db_) : "unknown";
     sqlite3_close(db_);
@@ -155,9 +179,13 @@ LocalDatabase::LocalDatabase(const std::filesystem::path& file) {
   sqlite3_busy_timeout(db_, 5000);
   try {
     std::lock_guard guard(mutex_);
-    exec("PRAGMA journal_mode = WAL");
-    exec("PRAGMA foreign_keys = ON");
-    exec(kSchema);
+    if (readOnly_) {
+      exec("SELECT count(*) FROM sqlite_schema");  // a file that is no database shows here
+    } else {
+      exec("PRAGMA journal_mode = WAL");
+      exec("PRAGMA foreign_keys = ON");
+      exec(kSchema);
+    }
   } catch (const DBError&) {
     // A file that is not a database only shows itself at the first statement;
     // to the user it is a library that can't be opened.
@@ -193,8 +221,9 @@ std::vector<LocalDatabase::Row> LocalDatabase::run(const std::string& sql,
   int index = 1;
   for (const Value& v : values) {
     if (auto* s = std::get_if<std::string>(&v)) {
-      // Length -1: a text is bound up to its first NUL, as the C string it is.
-      sqlite3_bind_text(raw, index, s->c_str(), -1, SQLITE_TRANSIENT);
+      // With its exact length: a text bound up to its first NUL would let
+      // "a\0b" name the row "a".
+      sqlite3_bind_text64(raw, index, s->data(), s->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
     } else if (auto* n = std::get_if<std::int64_t>(&v)) {
       sqlite3_bind_int64(raw, index, *n);
     } else {
@@ -226,6 +255,7 @@ std::vector<LocalDatabase::Row> LocalDatabase::run(const std::string& sql,
     }
     rows.push_back(std::move(row));
   }
+  if (rc == SQLITE_READONLY) throw DBError::readOnly(readOnlyMessage);
   if (rc != SQLITE_DONE) throw DBError::sql(sqlite3_errmsg(db_));
   return rows;
 }
@@ -279,6 +309,27 @@ void LocalDatabase::insertSet(const SetRow& row) {
       {row.id, row.name, optionalValue(row.appId), encodeLocales(row.locales)});
 }
 
+bool LocalDatabase::insertNewSet(const SetRow& row) {
+  std::lock_guard guard(mutex_);
+  return !run("INSERT INTO sets (id, name, app_id, locales) VALUES (?, ?, ?, ?) "
+              "ON CONFLICT(id) DO NOTHING RETURNING id",
+              {row.id, row.name, optionalValue(row.appId), encodeLocales(row.locales)})
+              .empty();
+}
+
+std::int64_t LocalDatabase::newestSetNumber(const std::string& prefix) {
+  std::lock_guard guard(mutex_);
+  const auto rows =
+      run("SELECT max(CAST(substr(id, ?) AS INTEGER)) FROM sets WHERE substr(id, 1, ?) = ? AND "
+          "substr(id, ?) GLOB '[0-9]*' AND substr(id, ?) NOT GLOB '*[^0-9]*'",
+          {static_cast<std::int64_t>(prefix.size() + 1), static_cast<std::int64_t>(prefix.size()),
+           prefix, static_cast<std::int64_t>(prefix.size() + 1),
+           static_cast<std::int64_t>(prefix.size() + 1)});
+  if (rows.empty() || rows[0].empty()) return 0;
+  if (auto* n = std::get_if<std::int64_t>(&rows[0][0])) return *n;
+  return 0;
+}
+
 void LocalDatabase::updateSet(const SetRow& row) {
   std::lock_guard guard(mutex_);
   run("INSERT INTO sets (id, name, app_id, locales) VALUES (?, ?, ?, ?) ON CONFLICT(id) DO "
@@ -289,6 +340,21 @@ void LocalDatabase::updateSet(const SetRow& row) {
 void LocalDatabase::deleteSet(const std::string& id) {
   std::lock_guard guard(mutex_);
   run("DELETE FROM sets WHERE id = ?", {id});
+}
+
+LocalDatabase::SetDeletion LocalDatabase::deleteSetKeepingOne(const std::string& id) {
+  std::lock_guard guard(mutex_);
+  SetDeletion outcome = SetDeletion::deleted;
+  transaction([&] {
+    if (run("SELECT 1 FROM sets WHERE id = ?", {id}).empty()) {
+      outcome = SetDeletion::unknown;
+    } else if (run("SELECT 1 FROM sets LIMIT 2").size() < 2) {
+      outcome = SetDeletion::last;
+    } else {
+      run("DELETE FROM sets WHERE id = ?", {id});
+    }
+  });
+  return outcome;
 }
 
 void LocalDatabase::refileSets(const std::string& from, const std::optional<std::string>& to) {

@@ -18,7 +18,7 @@ namespace vells::backend {
 
 class DBError : public Error {
  public:
-  enum class Kind { open, sql };
+  enum class Kind { open, sql, readOnly };
 
   static DBError open(const std::string& message) {
     return DBError(Kind::open, "Couldn\u2019t open the library database: " + message);
@@ -26,6 +26,7 @@ class DBError : public Error {
   static DBError sql(const std::string& message) {
     return DBError(Kind::sql, "Database error: " + message);
   }
+  static DBError readOnly(const std::string& message) { return DBError(Kind::readOnly, message); }
   Kind kind() const { return kind_; }
 
  private:
@@ -68,18 +69,35 @@ class LocalDatabase {
   using Value = std::variant<std::string, std::int64_t, std::monostate>;
   using Row = std::vector<Value>;
 
+  // A database this process may not write (or whose folder it may not
+  // write) is opened read-only: reads work, writes fail with readOnlyMessage.
   explicit LocalDatabase(const std::filesystem::path& file);
   ~LocalDatabase();
   LocalDatabase(const LocalDatabase&) = delete;
   LocalDatabase& operator=(const LocalDatabase&) = delete;
+
+  bool readOnly() const { return readOnly_; }
+  static constexpr const char* readOnlyMessage =
+      "This library is read-only: Vellora can show it but not change it. Make its folder "
+      "writable to edit it.";
 
   std::int64_t version();
   void setVersion(std::int64_t n);
 
   std::vector<SetRow> loadSets();
   void insertSet(const SetRow& row);
+  // Inserts the row unless its id is taken, by this process or another one
+  // on the same library; false when it was.
+  bool insertNewSet(const SetRow& row);
+  // The largest number N of the ids "<prefix>N"; 0 when there is none.
+  std::int64_t newestSetNumber(const std::string& prefix);
   void updateSet(const SetRow& row);
   void deleteSet(const std::string& id);
+  enum class SetDeletion { deleted, unknown, last };
+  // Deletes the set unless it is unknown or the library's last one, deciding
+  // and deleting in one transaction so that two deletes at once can't both
+  // see a second set.
+  SetDeletion deleteSetKeepingOne(const std::string& id);
   void refileSets(const std::string& from, const std::optional<std::string>& to);
 
   std::vector<PageRow> pages(const std::string& set);
@@ -109,6 +127,7 @@ class LocalDatabase {
   void transaction(Body&& body);
 
   sqlite3* db_ = nullptr;
+  bool readOnly_ = false;
   std::mutex mutex_;
 };
 

@@ -1,5 +1,7 @@
 #include "backend/local_library.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <string>
 
@@ -48,6 +50,9 @@ fs::path LocalLibrary::standardRoot() {
 }
 
 void LocalLibrary::prepare() const {
+  // A library nobody may write is used as it stands.
+  std::error_code ec;
+  if (fs::is_directory(root_, ec) && ::access(root_.c_str(), W_OK) != 0) return;
   for (const fs::path& folder : {root_, backgrounds(), overlays(), layers(), stickerPacks(),
                                  appIcons(), screens(), output()}) {
     makeFolder(folder);

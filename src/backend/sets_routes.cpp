@@ -4,7 +4,9 @@
 
 #include "backend/apps.h"
 #include "backend/file_io.h"
+#include "backend/id_rule.h"
 #include "backend/ids.h"
+#include "backend/images.h"
 #include "backend/local_backend.h"
 #include "backend/request_params.h"
 #include "backend/routes.h"
@@ -70,6 +72,62 @@ JSONValue listOr(const CatalogView& catalog, const std::string& key) {
   return v.isArray() ? v : JSONValue::Array{};
 }
 
+void requireKnownApp(LocalBackend& backend, const std::optional<std::string>& appId) {
+  if (appId && !backend.db().app(*appId)) {
+    throw Failure(400, "No app in the library has the id \u201C" + *appId +
+                           "\u201D; add the app first, or leave the set unfiled.");
+  }
+}
+
+// Ids are made from the clock, which another process on the same library
+// reads too, and a process that makes many sets runs ahead of it: the
+// database decides which id is free, and a taken one is made again after the
+// newest id of its kind.
+void insertWithFreshId(LocalBackend& backend, SetRow& row) {
+  for (int attempt = 0; attempt < 64; ++attempt) {
+    row.id = newSetId(row.name, backend.uniqueNowMs());
+    if (backend.db().insertNewSet(row)) return;
+    backend.skipIdsThrough(backend.db().newestSetNumber(row.id.substr(0, row.id.rfind('-') + 1)));
+  }
+  throw Failure(503, "The library is busy making sets; try again in a moment.");
+}
+
+// The base names (without extension) of every picture the set can own:
+// each of its pages, on each platform, plain and in each locale. Matching
+// whole names keeps a set from claiming the files of a set whose id merely
+// begins with its own.
+std::set<std::string> ownPictureNames(LocalBackend& backend, const std::string& set) {
+  const CatalogView catalog = backend.catalog();
+  std::set<std::string> locales{""};
+  for (const auto& codes : {catalog.storeLocaleCodes(), catalog.localeCodes()})
+    locales.insert(codes.begin(), codes.end());
+  for (const SetRow& row : backend.db().loadSets()) {
+    if (row.id == set && row.locales) locales.insert(row.locales->begin(), row.locales->end());
+  }
+  std::set<std::string> names;
+  for (const PageRow& page : backend.db().pages(set)) {
+    for (const char* os : {"ios", "android"}) {
+      for (const std::string& locale : locales)
+        names.insert(screenBaseName(set, page.id, os, locale));
+    }
+  }
+  return names;
+}
+
+void removeOwnPictures(const LocalLibrary& library, const std::set<std::string>& names) {
+  for (const fs::path& folder : setFileFolders(library)) {
+    for (const std::string& name : files(folder)) {
+      const fs::path file(name);
+      const std::string ext = file.extension().string();
+      const bool picture =
+          std::any_of(imageExtensions.begin(), imageExtensions.end(),
+                      [&](std::string_view e) { return ext == "." + std::string(e); });
+      std::error_code ec;
+      if (picture && names.contains(file.stem().string())) fs::remove(folder / name, ec);
+    }
+  }
+}
+
 Response config(LocalBackend& backend, const Request&) {
   const CatalogView catalog = backend.catalog();
   JSONValue::Array apps;
@@ -96,7 +154,8 @@ Response createSet(LocalBackend& backend, const Request& request) {
   row.id = newSetId(row.name, backend.uniqueNowMs());
   row.appId = body.stringAt("appId");
   row.locales = normaliseLocales(backend.catalog(), body.find("locales"));
-  backend.db().insertSet(row);
+  requireKnownApp(backend, row.appId);
+  insertWithFreshId(backend, row);
   return Response::json(row.json());
 }
 
@@ -111,7 +170,10 @@ Response patchSet(LocalBackend& backend, const Request& request) {
   }
   if (!found) return Response::error("Unknown set", 200);
   if (auto name = body.stringAt("name")) found->name = *name;
-  if (body.find("appId")) found->appId = body.stringAt("appId");
+  if (body.find("appId")) {
+    found->appId = body.stringAt("appId");
+    requireKnownApp(backend, found->appId);
+  }
   if (const JSONValue* locales = body.find("locales")) {
     found->locales = normaliseLocales(backend.catalog(), locales);
   }
@@ -121,19 +183,19 @@ Response patchSet(LocalBackend& backend, const Request& request) {
 
 Response deleteSet(LocalBackend& backend, const Request& request) {
   const std::string id = request.param("id");
-  if (backend.db().loadSets().size() < 2) throw Failure(400, "Cannot delete last set");
-  backend.db().deleteSet(id);
-  const std::string prefix = id + "-";
-  for (const fs::path& folder : setFileFolders(backend.library())) {
-    for (const std::string& name : files(folder)) {
-      std::error_code ec;
-      if (name.starts_with(prefix)) fs::remove(folder / name, ec);
-    }
+  // Named before the rows go: the set's pages say which files are its own.
+  const std::set<std::string> pictures = ownPictureNames(backend, id);
+  switch (backend.db().deleteSetKeepingOne(id)) {
+    case LocalDatabase::SetDeletion::unknown:
+      throw Failure(404, "Unknown set");
+    case LocalDatabase::SetDeletion::last:
+      throw Failure(400, "Cannot delete last set");
+    case LocalDatabase::SetDeletion::deleted:
+      break;
   }
-  if (!id.empty()) {
-    std::error_code ec;
-    fs::remove_all(backend.library().layers() / setFolder(id), ec);
-  }
+  removeOwnPictures(backend.library(), pictures);
+  std::error_code ec;
+  fs::remove_all(backend.library().layers() / setFolder(id), ec);
   return Response::ok();
 }
 
@@ -171,9 +233,9 @@ Response duplicateSet(LocalBackend& backend, const Request& request) {
   if (!source) throw Failure(404, "Unknown set");
   std::string name = trimBlanks(body.stringAt("name").value_or(""));
   if (name.empty()) name = source->name + " copy";
-  SetRow copy{newSetId(name, backend.uniqueNowMs()), name, source->appId, source->locales};
+  SetRow copy{"", name, source->appId, source->locales};
+  insertWithFreshId(backend, copy);
   LocalDatabase& db = backend.db();
-  db.insertSet(copy);
   const auto pages = pagesOf(backend, from);
   db.savePages(copy.id, pages);
   for (Document kind : {Document::texts, Document::styles, Document::order}) {
@@ -210,6 +272,7 @@ std::vector<PageRow> validatePages(LocalBackend& backend, const std::string& set
   for (const JSONValue& page : *list.asArray()) {
     PageRow row;
     row.id = page.stringAt("id").value_or("");
+    requireValidId("page", row.id);
     if (row.id.empty() || seen.contains(row.id)) {
       throw Failure(400, "Duplicate or missing page id: " + row.id);
     }

@@ -6,6 +6,7 @@
 #include "backend/local_backend.h"
 #include "backend/mime.h"
 #include "backend/name_order.h"
+#include "backend/picture_upload.h"
 #include "backend/routes.h"
 #include "platform/ascii.h"
 
@@ -101,10 +102,10 @@ Response addSticker(LocalBackend& backend, const Request& request) {
   if (pack.empty() || name.empty() || request.body.empty()) {
     throw Failure(400, "Need pack, name and an image");
   }
-  if (request.body.size() > maxImageBytes) throw Failure(413, "Image too large");
+  const std::string ext = checkedPicture(request.body, maxStickerBytes);
   const fs::path folder = backend.library().stickerPacks() / pack;
   fs::create_directories(folder);
-  const std::string file = name + "." + mimeToExt(request.contentType);
+  const std::string file = name + "." + ext;
   writeFileAtomically(folder / file, request.body);
   return Response::json(JSONValue::Object{{"ok", true}, {"file", file}});
 }

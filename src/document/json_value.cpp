@@ -140,6 +140,30 @@ void appendValue(std::string& out, const JSONValue& v) {
   }
 }
 
+// Every tree is converted, compared, hashed, printed and freed by recursion,
+// so the depth of what is parsed is bounded before any of that starts. A
+// single pass over the text suffices: brackets inside strings don't count.
+void checkDepth(std::string_view text) {
+  std::size_t depth = 0;
+  bool inString = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (inString) {
+      if (c == '\\') {
+        ++i;
+      } else if (c == '"') {
+        inString = false;
+      }
+    } else if (c == '"') {
+      inString = true;
+    } else if (c == '[' || c == '{') {
+      if (++depth > JSONValue::maxDepth) throw JSONDepthError("nested too deeply");
+    } else if ((c == ']' || c == '}') && depth > 0) {
+      --depth;
+    }
+  }
+}
+
 }  // namespace
 
 const JSONValue* JSONValue::find(std::string_view key) const {
@@ -182,6 +206,7 @@ std::string JSONValue::dump() const {
 }
 
 JSONValue JSONValue::parse(std::string_view text) {
+  checkDepth(text);
   try {
     nlohmann::json tree = nlohmann::json::parse(text.begin(), text.end());
     return fromNlohmann(tree);

@@ -71,8 +71,12 @@ class JSONValue {
   // std::domain_error for NaN or infinity, which JSON cannot carry.
   std::string dump() const;
 
+  // Arrays and objects nested deeper than this are refused by parse.
+  static constexpr std::size_t maxDepth = 256;
+
   // Parses JSON text; any top-level value is accepted. Throws JSONParseError
-  // on malformed text or text that is not UTF-8.
+  // on malformed text or text that is not UTF-8, and its JSONDepthError for
+  // nesting deeper than maxDepth.
   static JSONValue parse(std::string_view text);
   static std::optional<JSONValue> tryParse(std::string_view text);
 
@@ -89,6 +93,11 @@ class JSONValue {
 class JSONParseError : public Error {
  public:
   using Error::Error;
+};
+
+class JSONDepthError : public JSONParseError {
+ public:
+  using JSONParseError::JSONParseError;
 };
 
 // Replaces every invalid UTF-8 sequence with U+FFFD, as the platform's

@@ -1,5 +1,6 @@
 #include "rendering/browser_slot.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "platform/base64.h"
@@ -14,7 +15,6 @@ using platform::DevToolsError;
 namespace {
 
 constexpr const char* kQuit = "the web content process quit";
-constexpr auto kLoadTimeout = std::chrono::seconds(60);
 
 int roundPixels(double v) {
   return static_cast<int>(std::lround(v));
@@ -22,7 +22,8 @@ int roundPixels(double v) {
 
 }  // namespace
 
-BrowserSlot::BrowserSlot(BrowserProvider provider) : provider_(std::move(provider)) {}
+BrowserSlot::BrowserSlot(BrowserProvider provider, std::chrono::milliseconds timeLimit)
+    : provider_(std::move(provider)), timeLimit_(timeLimit) {}
 
 BrowserSlot::~BrowserSlot() {
   closeTarget();
@@ -42,6 +43,13 @@ void BrowserSlot::closeTarget() {
   targetId_.clear();
   sessionId_.clear();
   frameId_.clear();
+}
+
+void BrowserSlot::retire() {
+  // Runs on the renderer's I/O side, so it reaches a script that is busy.
+  if (browser_ && !sessionId_.empty())
+    browser_->send("Runtime.terminateExecution", JSONValue::Object{}, sessionId_);
+  closeTarget();
 }
 
 void BrowserSlot::ensureTarget() {
@@ -65,15 +73,27 @@ void BrowserSlot::ensureTarget() {
     std::weak_ptr<DevToolsClient> weak = browser_;
     auto crashed = crashed_;
     const std::string session = sessionId_;
-    browser_->subscribe(session,
-                        [weak, crashed, session](const std::string& method, const JSONValue&) {
-                          if (method != "Inspector.targetCrashed") return;
-                          *crashed = true;
-                          if (auto b = weak.lock())
-                            b->failSession(session, DevToolsError::Kind::crashed, kQuit);
-                        });
+    browser_->subscribe(
+        session, [weak, crashed, session](const std::string& method, const JSONValue& params) {
+          auto b = weak.lock();
+          if (!b) return;
+          if (method == "Fetch.requestPaused") {
+            // http, https, file and every other scheme: a render reaches nothing
+            // outside its own HTML. WebSockets never come here; the browser's
+            // launch flags keep them off the network.
+            b->send("Fetch.failRequest",
+                    JSONValue::Object{{"requestId", params.stringAt("requestId").value_or("")},
+                                      {"errorReason", "BlockedByClient"}},
+                    session);
+          } else if (method == "Inspector.targetCrashed") {
+            *crashed = true;
+            b->failSession(session, DevToolsError::Kind::crashed, kQuit);
+          }
+        });
     call("Inspector.enable", JSONValue::Object{});
     call("Page.enable", JSONValue::Object{});
+    call("Fetch.enable",
+         JSONValue::Object{{"patterns", JSONValue::Array{JSONValue::Object{{"urlPattern", "*"}}}}});
     call("Emulation.setDefaultBackgroundColorOverride",
          JSONValue::Object{{"color", JSONValue::Object{{"r", 0}, {"g", 0}, {"b", 0}, {"a", 0}}}});
     const JSONValue tree = call("Page.getFrameTree", JSONValue::Object{});
@@ -91,7 +111,12 @@ void BrowserSlot::ensureTarget() {
 
 JSONValue BrowserSlot::call(const std::string& method, const JSONValue& params,
                             std::chrono::milliseconds timeout) {
-  return browser_->call(method, params, sessionId_, timeout);
+  try {
+    return browser_->call(method, params, sessionId_, std::min(timeout, timeLimit_));
+  } catch (const DevToolsError& e) {
+    if (e.kind() == DevToolsError::Kind::timeout) retire();
+    throw;
+  }
 }
 
 void BrowserSlot::load(const std::string& html, CSSSize size) {
@@ -105,12 +130,12 @@ void BrowserSlot::load(const std::string& html, CSSSize size) {
     // A blank page between loads, so no picture or font of the last page is reused by URL.
     call("Page.navigate", JSONValue::Object{{"url", "about:blank"}});
     call("Page.setDocumentContent", JSONValue::Object{{"frameId", frameId_}, {"html", html}},
-         kLoadTimeout);
+         timeLimit_);
     const JSONValue ready =
         call("Runtime.evaluate",
              JSONValue::Object{
                  {"expression", kReadyScript}, {"awaitPromise", true}, {"returnByValue", true}},
-             kLoadTimeout);
+             timeLimit_);
     if (const JSONValue* details = ready.find("exceptionDetails")) {
       throw RenderError::load(details->stringAt("text").value_or("script error"));
     }
@@ -129,7 +154,7 @@ JSONValue BrowserSlot::run(const std::string& body) {
                  JSONValue::Object{{"expression", "(async () => {\n" + body + "\n})()"},
                                    {"awaitPromise", true},
                                    {"returnByValue", true}},
-                 kLoadTimeout);
+                 timeLimit_);
   } catch (const DevToolsError& e) {
     if (e.kind() == DevToolsError::Kind::crashed) throw RenderError::engine(kQuit);
     throw RenderError::engine(e.what());
@@ -177,7 +202,7 @@ std::string BrowserSlot::capture(const Rect& rect, double pixelWidth, const char
   if (quality >= 0) params["quality"] = quality;
   JSONValue reply;
   try {
-    reply = call("Page.captureScreenshot", params, kLoadTimeout);
+    reply = call("Page.captureScreenshot", params, timeLimit_);
   } catch (const DevToolsError& e) {
     if (e.kind() == DevToolsError::Kind::crashed) throw RenderError::engine(kQuit);
     throw RenderError::engine(e.what());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -14,12 +15,19 @@ class DevToolsClient;
 namespace vells::rendering {
 
 // One page target of the headless browser. The target is made on first use
-// and made again when its renderer crashed or the browser was restarted.
+// and made again when its renderer crashed or the browser was restarted. A
+// page that misses its time limit (a script that never ends, a DevTools call
+// that never returns) has its script stopped and is closed: the next use gets
+// a new page, so hostile HTML can only ever fail its own render. Every request
+// a page makes is refused; pages carry their pictures and fonts as data: URLs.
 class BrowserSlot final : public RenderSlot {
  public:
   using BrowserProvider = std::function<std::shared_ptr<platform::DevToolsClient>()>;
+  static constexpr std::chrono::milliseconds defaultTimeLimit = std::chrono::seconds(60);
 
-  explicit BrowserSlot(BrowserProvider provider);
+  // `timeLimit` bounds each step of a render: loading, each script, a capture.
+  explicit BrowserSlot(BrowserProvider provider,
+                       std::chrono::milliseconds timeLimit = defaultTimeLimit);
   ~BrowserSlot() override;
 
   void load(const std::string& html, CSSSize size) override;
@@ -34,12 +42,15 @@ class BrowserSlot final : public RenderSlot {
  private:
   void ensureTarget();
   void closeTarget();
+  // Stops whatever the page's script is doing and closes the page.
+  void retire();
   JSONValue call(const std::string& method, const JSONValue& params,
                  std::chrono::milliseconds timeout = std::chrono::seconds(30));
   std::string capture(const Rect& rect, double pixelWidth, const char* format, int quality,
                       bool optimizeForSpeed, int* width, int* height);
 
   BrowserProvider provider_;
+  std::chrono::milliseconds timeLimit_;
   std::shared_ptr<platform::DevToolsClient> browser_;
   std::string targetId_;
   std::string sessionId_;

@@ -1,6 +1,8 @@
 #include "rendering/zip_writer.h"
 
 #include <array>
+#include <stdexcept>
+#include <string>
 
 namespace vells::rendering {
 
@@ -76,11 +78,31 @@ DosTimestamp DosTimestamp::now() {
   return of(local);
 }
 
+namespace {
+
+void requireSafeEntryName(std::string_view name) {
+  bool safe = !name.empty() && name.size() <= 0xFFFF && name.front() != '/' &&
+              name.find_first_of(std::string_view("\\\0", 2)) == std::string_view::npos;
+  for (std::size_t start = 0; safe;) {
+    const auto slash = name.find('/', start);
+    if (name.substr(start, slash - start) == "..") safe = false;
+    if (slash == std::string_view::npos) break;
+    start = slash + 1;
+  }
+  if (!safe) {
+    throw std::invalid_argument("An archive entry can\u2019t be named \u201C" + std::string(name) +
+                                "\u201D: it could be extracted outside its folder.");
+  }
+}
+
+}  // namespace
+
 void ZipWriter::add(std::string_view name, std::string_view data) {
   add(name, data, DosTimestamp::now());
 }
 
 void ZipWriter::add(std::string_view name, std::string_view data, DosTimestamp stamp) {
+  requireSafeEntryName(name);
   const std::uint32_t crc = CRC32::checksum(data);
   const auto offset = static_cast<std::uint32_t>(data_.size());
   const auto size = static_cast<std::uint32_t>(data.size());

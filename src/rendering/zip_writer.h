@@ -25,6 +25,8 @@ struct DosTimestamp {
 // 65535 entries and 4 GB, which a set's images do by a wide margin.
 class ZipWriter {
  public:
+  // Throws std::invalid_argument for a name an extractor could be led out of
+  // its folder by: absolute, with a "\\", a NUL or a ".." part, or too long.
   void add(std::string_view name, std::string_view data);
   void add(std::string_view name, std::string_view data, DosTimestamp stamp);
   // The archive; the writer is spent afterwards.

@@ -1,3 +1,4 @@
+#include "backend/header_value.h"
 #include "backend/local_backend.h"
 #include "backend/request_params.h"
 #include "rendering/export_service.h"
@@ -36,7 +37,7 @@ Response downloadAll(HTMLRenderer& renderer, LocalBackend& b, const Request& req
   Response r;
   r.mime = "application/zip";
   r.body = std::move(archive.bytes);
-  r.headers["Content-Disposition"] = "attachment; filename=\"" + archive.fileName + "\"";
+  r.headers["Content-Disposition"] = backend::attachmentDisposition(archive.fileName);
   return r;
 }
 

@@ -83,8 +83,11 @@ Response layerHTML(HTMLRenderer& renderer, LocalBackend& backend, const Request&
   std::string png;
   try {
     png = capture(renderer, html, {width, height}, 2, false);
-  } catch (const RenderError&) {
-    throw Failure(500, "Render failed");
+  } catch (const RenderError& e) {
+    // A page that won't load is the HTML's doing; anything else is the engine's.
+    const bool fromHTML = e.kind() == RenderError::Kind::load;
+    throw Failure(fromHTML ? 422 : 500,
+                  std::string("The layer couldn\u2019t be drawn. ") + e.what());
   }
   const std::string name =
       backend::storeLayer(backend.library(), request.param("set", "default"), png, "png");

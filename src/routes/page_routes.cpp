@@ -1,6 +1,7 @@
 #include "routes/page_routes.h"
 
 #include "backend/file_io.h"
+#include "backend/header_value.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
 #include "backend/mime.h"
@@ -218,7 +219,7 @@ Response compositeRoute(HTMLRenderer& renderer, LocalBackend& b, const Request& 
   r.body = std::move(*png);
   r.mime = "image/png";
   r.headers["ETag"] = etag;
-  if (q.dl) r.headers["Content-Disposition"] = "attachment; filename=\"" + result->filename + "\"";
+  if (q.dl) r.headers["Content-Disposition"] = backend::attachmentDisposition(result->filename);
   return r;
 }
 

@@ -118,14 +118,16 @@ TEST_F(AppsRoutes, LinkRefusesInItsOwnOrderThenMovesSets) {
 
 TEST_F(AppsRoutes, IconsAreStoredAndServedByContent) {
   EXPECT_EQ(error(post("/api/orvo/app-icon", "", "image/png")), "Empty image");
-  const std::string png = "\x89PNG icon", hash = backend::sha(png),
+  const std::string png = "\x89PNG\r\n\x1A\n icon", hash = backend::sha(png),
                     at = "/api/orvo/app-icon/" + hash;
-  auto icon = [&](const std::string& type) {
-    return *bodyJSON(post("/api/orvo/app-icon", png, type)).stringAt("icon");
+  auto icon = [&](const std::string& bytes, const std::string& type) {
+    return bodyJSON(post("/api/orvo/app-icon", bytes, type)).stringAt("icon").value_or("");
   };
-  EXPECT_EQ(icon(""), at + ".png");
-  EXPECT_EQ(icon("image/jpeg; q=1"), at + ".jpg");
-  EXPECT_EQ(icon("image/JPEG"), at + ".png");  // no case folding
+  EXPECT_EQ(icon(png, ""), at + ".png");
+  EXPECT_EQ(icon(png, "image/jpeg; q=1"), at + ".png");  // the bytes name the type
+  const std::string jpeg = "\xFF\xD8\xFF icon";
+  EXPECT_EQ(icon(jpeg, "image/png"), "/api/orvo/app-icon/" + backend::sha(jpeg) + ".jpg");
+  EXPECT_EQ(icon("<svg/>", "image/png"), "");
   EXPECT_EQ(call(b, "GET", at + ".png").body, png);
 
   // Only lowercase content names are served, even for files that exist.

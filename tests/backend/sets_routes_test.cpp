@@ -89,6 +89,7 @@ TEST_F(SetsRoutes, DeleteKeepsTheLastSetAndRemovesFiles) {
   EXPECT_EQ(failure(call(b, "DELETE", "/api/sets?id=" + a)), "400 Cannot delete last set");
 
   const std::string keep = createSet(R"({"name":"Keep"})");
+  ASSERT_EQ(savePages(a, R"([{"id":"p1","source":"upload"}])").status, 200);
   const fs::path screen = lib().screens() / "dark" / (a + "-p1-ios.png"),
                  layer = lib().layers() / a;
   writeFile(screen, "x");

@@ -78,14 +78,17 @@ TEST_F(StickerRoutes, AddingWritesIntoThePack) {
   auto add = [&](const std::string& query, const std::string& body, const std::string& type) {
     return send("POST", "/api/sticker-packs/items?" + query, body, type);
   };
-  EXPECT_EQ(add("pack=New&name=cat", "one", "image/png").body, R"({"file":"cat.png","ok":true})");
-  add("pack=New&name=cat", "two", "image/webp");
-  add("pack=New&name=cat", "three", "image/png");
-  add("pack=New&name=dog", "four", "image/gif");
-  EXPECT_EQ(bodyJSON(add("pack=New&name=../../evil", "x", "")).stringAt("file"), "....evil.png");
-  EXPECT_EQ(backend::readFile(packs() / "New" / "cat.png"), "three");
-  EXPECT_EQ(backend::readFile(packs() / "New" / "cat.webp"), "two");
-  EXPECT_EQ(backend::readFile(packs() / "New" / "dog.png"), "four");
+  const std::string png = "\x89PNG\r\n\x1A\n", webp("RIFF\0\0\0\0WEBP", 12);
+  EXPECT_EQ(add("pack=New&name=cat", png + "one", "image/png").body,
+            R"({"file":"cat.png","ok":true})");
+  add("pack=New&name=cat", webp + "two", "image/png");  // the bytes name the type
+  add("pack=New&name=cat", png + "three", "image/png");
+  add("pack=New&name=dog", png + "four", "image/gif");
+  EXPECT_EQ(bodyJSON(add("pack=New&name=../../evil", png, "")).stringAt("file"), "....evil.png");
+  EXPECT_EQ(backend::readFile(packs() / "New" / "cat.png"), png + "three");
+  EXPECT_EQ(backend::readFile(packs() / "New" / "cat.webp"), webp + "two");
+  EXPECT_EQ(backend::readFile(packs() / "New" / "dog.png"), png + "four");
+  EXPECT_EQ(add("pack=New&name=text", "not a picture", "image/png").status, 400);
 
   for (const char* query : {"pack=New", "name=cat", "pack=%2F&name=cat", "pack=..&name=cat"}) {
     const Response r = add(query, "bytes", "image/png");

@@ -64,6 +64,26 @@ TEST(JSONValueTest, MalformedTextFailsToParse) {
   EXPECT_EQ(JSONValue::tryParse(R"("s")"), JSONValue("s"));
 }
 
+TEST(JSONValueTest, NestingIsBoundedBeforeAnythingRecurses) {
+  const auto nested = [](std::size_t depth, char open, char close) {
+    return std::string(depth, open) + std::string(depth, close);
+  };
+  EXPECT_NO_THROW(JSONValue::parse(nested(JSONValue::maxDepth, '[', ']')));
+  EXPECT_THROW(JSONValue::parse(nested(JSONValue::maxDepth + 1, '[', ']')), JSONDepthError);
+  // Deep enough to exhaust the stack of any recursive reader.
+  EXPECT_THROW(JSONValue::parse(nested(1000000, '[', ']')), JSONDepthError);
+  EXPECT_THROW(JSONValue::parse(std::string(1000000, '{')), JSONDepthError);
+  std::string objects;
+  for (std::size_t i = 0; i <= JSONValue::maxDepth; ++i)
+    objects += "{\"a\":";
+  EXPECT_THROW(JSONValue::parse(objects + "1" + std::string(JSONValue::maxDepth + 1, '}')),
+               JSONDepthError);
+  // Brackets in strings, escaped quotes included, are text.
+  const JSONValue text = JSONValue::parse("[\"\\\"" + std::string(5000, '[') + "\"]");
+  EXPECT_EQ(text.asArray()->at(0).asString()->size(), 5001u);
+  EXPECT_FALSE(JSONValue::tryParse(nested(300, '[', ']')));
+}
+
 TEST(JSONValueTest, RepairReplacesOnlyTheBrokenBytes) {
   const std::string bad = "\xEF\xBF\xBD";  // U+FFFD
   EXPECT_TRUE(isValidUTF8("plain, é, 日本, 🙂"));

@@ -187,7 +187,8 @@ TEST_F(Pipeline, Routes) {
   ASSERT_EQ(r.status, 200) << r.body;
   EXPECT_EQ(r.mime, "image/png");
   const std::string etag = r.headers.at("ETag"), name = etag.substr(1, etag.size() - 2);
-  EXPECT_EQ(r.headers.at("Content-Disposition"), "attachment; filename=" + etag);
+  EXPECT_EQ(r.headers.at("Content-Disposition"),
+            "attachment; filename=" + etag + "; filename*=UTF-8''" + name);
   r = call(*b, "GET", "/composite?page=home&os=ios&thumb=1");
   EXPECT_EQ(r.mime + " " + r.headers.at("ETag"), "image/jpeg \"thumb-" + name + "\"");
   auto conditional = backend::requestFromURL("/composite?page=home&os=ios");

@@ -64,7 +64,8 @@ TEST_F(Export, ArchiveFollowsEachLocalesOrderAndHoldsStoreReadyImages) {
   ASSERT_EQ(all.status, 200) << all.body;
   EXPECT_EQ(all.mime, "application/zip");
   EXPECT_EQ(all.headers.at("Content-Disposition"),
-            "attachment; filename=\"default-ios-light.zip\"");
+            "attachment; filename=\"default-ios-light.zip\"; "
+            "filename*=UTF-8''default-ios-light.zip");
   EXPECT_EQ(entries(all), "en/01-home.png\nen/02-bare.png\nde/01-bare.png\n");
   const cv::Mat png = entry(all, "en/01-home.png");
   EXPECT_EQ(png.cols, 300);  // 150 composite pixels at scale 2
@@ -73,7 +74,8 @@ TEST_F(Export, ArchiveFollowsEachLocalesOrderAndHoldsStoreReadyImages) {
 
   const auto one = call(*b, "GET", "/api/download-all?set=default&os=ios&theme=light&locale=de");
   EXPECT_EQ(one.headers.at("Content-Disposition"),
-            "attachment; filename=\"default-de-ios-light.zip\"");
+            "attachment; filename=\"default-de-ios-light.zip\"; "
+            "filename*=UTF-8''default-de-ios-light.zip");
   EXPECT_EQ(entries(one), "01-bare.png\n");
 
   // An order the script can't turn into ids keeps the set's own order.

@@ -99,6 +99,19 @@ TEST(ZipWriter, HeadersCarryUtf8NamesAndSizesAndReadBack) {
       << listed;
 }
 
+TEST(ZipWriter, RefusesNamesThatLeaveTheExtractionFolder) {
+  ZipWriter zip;
+  for (const std::string& name : std::vector<std::string>{
+           "en/01-../../../tmp/x.png", "../x.png", "/etc/x.png", "en\\..\\x.png", "a/../b.png",
+           std::string("en/x\0.png", 9), std::string()}) {
+    EXPECT_THROW(zip.add(name, "x"), std::invalid_argument) << name;
+  }
+  EXPECT_EQ(zip.count(), 0);
+  zip.add("en/01-..home.png", "x");  // dots inside a name are only dots
+  zip.add("ja/02-\u30db\u30fc\u30e0.png", "x");
+  EXPECT_EQ(zip.count(), 2);
+}
+
 TEST(ExportEntryName, NumbersHaveTwoDigitsAtLeastAndAreNeverCut) {
   EXPECT_EQ(rendering::exportEntryName("", 1, "home"), "01-home.png");
   EXPECT_EQ(rendering::exportEntryName("pt-BR/", 12, "focus"), "pt-BR/12-focus.png");

@@ -83,6 +83,11 @@ TEST_F(HtmlRoutes, ScreenHtmlStoresAnOpaqueScreenAtThreeTimesTheDevice) {
 }
 
 TEST_F(HtmlRoutes, ScreenHtmlRefusesBadRequestsAndStoresNothing) {
+  const auto idRule = [](const std::string& what) {
+    return "A " + what +
+           " id can\u2019t contain \u201C/\u201D, \u201C\\\u201D, \u201C..\u201D or control "
+           "characters.";
+  };
   const std::string blue = JSONValue(JSONValue::Object{{"html", kBlue}}).dump();
   struct Case {
     std::string url, body, error;
@@ -95,8 +100,9 @@ TEST_F(HtmlRoutes, ScreenHtmlRefusesBadRequestsAndStoresNothing) {
            {"/api/screen-html?page=home", R"(["<p>x</p>"])", "Need page and html"},
            {"/api/screen-html?page=home", "", "Need page and html"},
            {"/api/screen-html?page=home", R"({"html":"<p>x</p>")", "Bad JSON body"},
-           {"/api/screen-html?page=../../x", blue, "Names may not contain \"/\""},
-           {"/api/screen-html?page=home&set=a/b", blue, "Names may not contain \"/\""},
+           {"/api/screen-html?page=../../x", blue, idRule("page")},
+           {"/api/screen-html?page=home&set=a/b", blue, idRule("set")},
+           {"/api/screen-html?page=home&locale=a/b", blue, "Names may not contain \"/\""},
        }) {
     Response r = post(c.url, c.body);
     EXPECT_EQ(r.status, 400) << c.url << " " << c.body;
@@ -201,8 +207,10 @@ TEST(HtmlRoutesFailures, ARenderFailureStoresNothingAndFreesTheSlot) {
   EXPECT_TRUE(backend::files(b.library().screens()).empty());
 
   r = call(b, "POST", "/api/layer-html", R"({"html":"<p>x</p>","width":10,"height":10})");
-  EXPECT_EQ(r.status, 500);
-  EXPECT_EQ(bodyJSON(r), JSONValue::parse(R"({"ok":false,"error":"Render failed"})"));
+  EXPECT_EQ(r.status, 422);  // a page that won't load is the HTML's doing
+  EXPECT_EQ(bodyJSON(r).stringAt("error"),
+            "The layer couldn\u2019t be drawn. The page failed to load: the web content process "
+            "quit");
   EXPECT_FALSE(fs::exists(b.library().layers() / "default"));
   EXPECT_EQ(failing.slotCount(), 1);
   EXPECT_EQ(failing.idleCount(), 1);  // given back on the failing paths too

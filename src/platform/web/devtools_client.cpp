@@ -72,6 +72,12 @@ DevToolsClient::DevToolsClient(const fs::path& executable) {
         "The browser " + executable.string() +
             " is not installed; run scripts/install-deps.sh or set VELLS_CHROMIUM.");
   }
+  if (!fs::is_regular_file(executable, ec) || ::access(executable.c_str(), X_OK) != 0) {
+    throw DevToolsError(DevToolsError::Kind::closed,
+                        "The browser " + executable.string() +
+                            " can\u2019t be run: it isn\u2019t an executable program. Set "
+                            "VELLS_CHROMIUM to Chromium\u2019s headless shell, or unset it.");
+  }
   std::string profileTemplate = (fs::temp_directory_path() / "vellora-chromium-XXXXXX").string();
   if (!::mkdtemp(profileTemplate.data())) {
     throw DevToolsError(
@@ -89,18 +95,17 @@ DevToolsClient::DevToolsClient(const fs::path& executable) {
   int devNull = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
   int logFd = ::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
 
-  std::vector<std::string> args = {executable.string(),
-                                   "--headless",
-                                   "--remote-debugging-pipe",
-                                   "--disable-gpu",
-                                   "--no-first-run",
-                                   "--no-default-browser-check",
-                                   "--disable-background-networking",
-                                   "--disable-component-update",
-                                   "--disable-sync",
-                                   "--disable-extensions",
-                                   "--hide-scrollbars",
+  std::vector<std::string> args = {executable.string(), "--headless", "--remote-debugging-pipe",
+                                   "--disable-gpu", "--no-first-run", "--no-default-browser-check",
+                                   "--disable-background-networking", "--disable-component-update",
+                                   "--disable-sync", "--disable-extensions", "--hide-scrollbars",
                                    "--mute-audio",
+                                   // A second wall behind the pages' request handler: every
+                                   // connection, loopback included, goes to a proxy that
+                                   // isn't there, and no host name resolves.
+                                   "--proxy-server=127.0.0.1:1", "--proxy-bypass-list=<-loopback>",
+                                   "--host-resolver-rules=MAP * ~NOTFOUND",
+                                   "--force-webrtc-ip-handling-policy=disable_non_proxied_udp",
                                    "--user-data-dir=" + profile_.string()};
   // The sandbox works for normal users; only root can't have it.
   if (::geteuid() == 0) args.emplace_back("--no-sandbox");
@@ -244,6 +249,23 @@ JSONValue DevToolsClient::call(const std::string& method, const JSONValue& param
   }
   if (pending->error) throw *pending->error;
   return std::move(pending->result);
+}
+
+bool DevToolsClient::send(const std::string& method, const JSONValue& params,
+                          const std::string& sessionId) {
+  std::int64_t id;
+  {
+    std::lock_guard guard(mutex_);
+    if (closed_) return false;
+    id = nextId_++;  // no Pending: the reply finds no caller and is dropped
+  }
+  JSONValue message =
+      JSONValue::Object{{"id", static_cast<double>(id)}, {"method", method}, {"params", params}};
+  if (!sessionId.empty()) message["sessionId"] = sessionId;
+  std::string text = message.dump();
+  text.push_back('\0');
+  std::lock_guard guard(writeMutex_);
+  return toBrowser_ >= 0 && writeAll(toBrowser_, text);
 }
 
 void DevToolsClient::subscribe(const std::string& sessionId, Event handler) {

@@ -58,6 +58,11 @@ class DevToolsClient {
                  const std::string& sessionId = {},
                  std::chrono::milliseconds timeout = std::chrono::seconds(30));
 
+  // Sends one command without waiting for its reply, which is dropped. The one
+  // way to answer the browser from an event handler, which runs on the thread
+  // that reads replies. False when the browser is gone.
+  bool send(const std::string& method, const JSONValue& params, const std::string& sessionId = {});
+
   // Events of one session ("" for the browser). One subscriber per session.
   void subscribe(const std::string& sessionId, Event handler);
   void unsubscribe(const std::string& sessionId);
