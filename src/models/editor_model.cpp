@@ -287,7 +287,7 @@ void EditorModel::commitText() {
                            } else {
                              // A newer edit carries the whole document anyway.
                              if (!pending_) pending_ = std::move(sent);
-                             fail(r.error());
+                             showError(r.error());
                            }
                            textSaveEnded();
                          });
@@ -328,7 +328,7 @@ void EditorModel::setTitle(const std::string& text, const std::string& page,
   (*texts_)[page][locale].title = text;
   emit textsChanged();
   app.client().saveTexts(app.activeSet(), *texts_, this, [this](APIResult<Done> r) {
-    if (!r) fail(r.error());
+    if (!r) showError(r.error());
   });
 }
 
@@ -415,7 +415,7 @@ void EditorModel::sendStyles() {
   styleInFlight_ = true;
   lastClient_->saveStyles(sent.set, sent.styles, this, [this](APIResult<Done> r) {
     styleInFlight_ = false;
-    if (!r) fail(r.error());
+    if (!r) showError(r.error());
     styleSaveEnded();
   });
 }
@@ -485,8 +485,14 @@ void EditorModel::show(std::string text, bool isError, std::chrono::milliseconds
   }
 }
 
-void EditorModel::fail(const APIError& error) {
-  show(error.what(), true);
+void EditorModel::showError(const APIError& error) {
+  std::string text = error.what();
+  if (error.kind() == APIError::Kind::http) {
+    if (auto body = JSONValue::tryParse(text); body && body->isObject()) {
+      if (auto sentence = body->stringAt("error")) text = *sentence;
+    }
+  }
+  show(std::move(text), true);
 }
 
 // --- pictures ---
@@ -503,7 +509,7 @@ void EditorModel::setScreen(std::string bytes, const std::string& mime, AppModel
        {"appearance", str(appearance.value_or(app.theme()))},
        {"locale", localeOnly ? std::optional<std::string>(app.activeLocale()) : std::nullopt}});
   if (!url) {
-    fail(APIError::noServer());
+    showError(APIError::noServer());
     return call(done);
   }
   QPointer<AppModel> appRef(&app);
@@ -516,7 +522,7 @@ void EditorModel::setScreen(std::string bytes, const std::string& mime, AppModel
                              emit pageStateChanged();
                              if (appRef) appRef->bumpRenderVersion();
                            } else {
-                             fail(r.error());
+                             showError(r.error());
                            }
                            call(done);
                          });
@@ -536,7 +542,7 @@ void EditorModel::removeScreen(AppModel& app, bool localeOnly, std::function<voi
                              {"appearance", appearance},
                              {"locale", localeOnly ? std::optional(locale) : std::nullopt}});
   if (!url) {
-    fail(APIError::noServer());
+    showError(APIError::noServer());
     return call(done);
   }
   QPointer<AppModel> appRef(&app);
@@ -547,7 +553,7 @@ void EditorModel::removeScreen(AppModel& app, bool localeOnly, std::function<voi
           ++screenVersion_;
           ++previewVersion_;
         } else {
-          fail(r.error());
+          showError(r.error());
         }
         emit pageStateChanged();
         if (!appRef) return call(done);
@@ -569,7 +575,7 @@ void EditorModel::setBackground(std::string bytes, const std::string& mime, AppM
       "/api/background",
       {{"set", app.activeSet()}, {"page", *app.activePage()}, {"os", str(app.os())}});
   if (!url) {
-    fail(APIError::noServer());
+    showError(APIError::noServer());
     return call(done);
   }
   app.client().uploadRaw(*url, std::move(bytes), mime, this, [this, done](APIResult<Done> r) {
@@ -578,7 +584,7 @@ void EditorModel::setBackground(std::string bytes, const std::string& mime, AppM
       hasBackground_ = true;
       emit pageStateChanged();
     } else {
-      fail(r.error());
+      showError(r.error());
     }
     call(done);
   });
@@ -637,7 +643,7 @@ void EditorModel::downloadPNG(AppModel& app, std::function<void()> done) {
   }
   auto url = APIClient::url(path, query);
   if (!url) {
-    fail(APIError::noServer());
+    showError(APIError::noServer());
     return finish();
   }
   const std::string name = start + "-" + os + "-" + theme + "-" + locale + ".png";
@@ -652,7 +658,7 @@ void EditorModel::downloadPNG(AppModel& app, std::function<void()> done) {
       saver_(r.value().bytes, name);
     } catch (const SaveCancelled&) {
     } catch (const APIError& e) {
-      fail(e);
+      showError(e);
     } catch (const std::exception& e) {
       show(e.what(), true);
     }

@@ -130,6 +130,9 @@ class EditorModel : public QObject {
   // The status line; a positive `clearAfter` clears it after that long.
   void show(std::string text, bool isError,
             std::chrono::milliseconds clearAfter = std::chrono::milliseconds{0});
+  // A failure as an error in the status: the backend's own sentence when its
+  // answer carries one.
+  void showError(const APIError& error);
 
  signals:
   void textsChanged();
@@ -166,7 +169,6 @@ class EditorModel : public QObject {
   void textSaveEnded();
   void bindHistory(const std::string& set);
   void restore(std::vector<StylesDocument>& from, std::vector<StylesDocument>& to, AppModel& app);
-  void fail(const APIError& error);
 
   ModelClock& clock_;
   FileSaver saver_;
