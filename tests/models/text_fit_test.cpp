@@ -9,8 +9,8 @@
 
 #include "backend/test_support.h"
 #include "models/api_client.h"
-#include "models/fake_transport.h"
 #include "models/manual_clock.h"
+#include "models/scripted_documents.h"
 #include "rendering/core_js.h"
 #include "rendering/html_renderer.h"
 #include "text/text_routes.h"
@@ -29,40 +29,6 @@ TEST(TextFitLines, BalancedLinesKeepAccentsWhole) {
             "Track every\nhabit you\nbuild today");
   EXPECT_EQ(TextFit::balancedLines("a bb ccc dddd", 2), "a bb ccc\ndddd");
 }
-
-// A transport that answers the measures from a script, in order, and keeps
-// the documents the fitter writes.
-struct Scripted {
-  std::mutex mutex;
-  std::deque<std::string> reports;
-  std::string styles = "{}";
-  std::string texts = "{}";
-  FakeTransport fake{[this](const backend::Request& r) {
-    std::lock_guard g(mutex);
-    if (r.path == "/api/text-fit") {
-      if (reports.empty()) return backend::Response::text("no report", 500);
-      std::string next = reports.front();
-      if (reports.size() > 1) reports.pop_front();
-      return backend::Response::json(JSONValue::parse(next));
-    }
-    std::string& doc = r.path == "/api/styles" ? styles : texts;
-    if (r.method == "POST") {
-      doc = r.body;
-      return backend::Response::json(JSONValue::Object{{"ok", true}});
-    }
-    return backend::Response::json(JSONValue::parse(doc));
-  }};
-  ManualClock clock;
-  APIClient client{fake.transport(), clock};
-
-  TextFit::Result run() {
-    std::optional<TextFit::Result> result;
-    TextFit::autoFit(client, "s", "home", DeviceOS::ios, ThemeName::dark, "de", nullptr,
-                     [&](TextFit::Result r) { result = std::move(r); });
-    EXPECT_TRUE(spinUntil([&] { return result.has_value(); }));
-    return result ? *result : TextFit::Result{};
-  }
-};
 
 std::string titleReport(double size, bool truncated, const std::string& issues = "") {
   return R"({"issues":[)" + issues + R"(],"layers":[],"phone":null,"title":{"lines":3,)" +
