@@ -17,7 +17,7 @@
 #include "models/editor_model.h"
 #include "models/gesture_controller.h"
 #include "models/image_store.h"
-#include "rendering/core_js.h"
+#include "routes/local_service.h"
 
 namespace {
 
@@ -34,18 +34,25 @@ void spinUntil(const std::function<bool()>& done) {
   if (!done()) throw std::runtime_error("the library didn't answer within 30 seconds");
 }
 
+// The benchmark downloads nothing.
+struct NoFiles : FileSaver {
+  void save(std::string, std::string, std::function<void(Outcome)> done) override { done({}); }
+};
+
 // An editor on a real temp library whose page "home" holds 40 layers.
 struct Editor {
   QTemporaryDir dir;
-  backend::LocalBackend backend{
-      backend::LocalLibrary(std::filesystem::path(dir.path().toStdString()) / "lib"),
-      std::make_shared<rendering::CoreJS>(std::filesystem::path(VELLS_SOURCE_RESOURCES))};
+  routes::LocalService service = routes::makeLocalService(
+      {backend::LocalLibrary(std::filesystem::path(dir.path().toStdString()) / "lib"),
+       std::filesystem::path(VELLS_SOURCE_RESOURCES), 1});
+  backend::LocalBackend& backend = *service.backend;
   QtTimerClock clock;
   APIClient client{APITransport::local(backend), clock};
   ImageStore images{client};
   QSettings settings{dir.filePath("vellora.conf"), QSettings::IniFormat};
   AppModel app{client, images, settings};
-  EditorModel editor{clock, [](const std::string&, const std::string&) {}};
+  NoFiles files;
+  EditorModel editor{clock, files};
   CanvasModel canvas{editor, app};
   GestureController gestures{canvas};
 

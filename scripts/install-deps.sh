@@ -26,6 +26,12 @@ for pkg in "${PACKAGES[@]}"; do
   [[ "$status" == "install ok installed" ]] || missing+=("$pkg")
 done
 
+# Node runs the JavaScript formatter and linter. Any node and npm on PATH will
+# do (a newer build may come from elsewhere and bundle npm); Debian's otherwise.
+if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
+  missing+=(nodejs npm)
+fi
+
 if ((${#missing[@]} == 0)); then
   exit 0
 fi

@@ -1,6 +1,6 @@
 #include "backend/apps.h"
 
-#include "backend/helpers.h"
+#include "backend/ids.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>

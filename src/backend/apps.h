@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 // Apps that sets are filed under: listed ones carry a store id and the store's
 // facts, unlisted ones exist only in the library until they are linked.
@@ -39,14 +40,13 @@ std::optional<JSONValue::Object> cleanProfile(const JSONValue& value);
 namespace app_store {
 
 // The store answered, but not with success.
-class LookupError : public std::runtime_error {
+class LookupError : public Error {
  public:
   static LookupError http(long status);
   long status() const { return status_; }
 
  private:
-  LookupError(long status, const std::string& message)
-      : std::runtime_error(message), status_(status) {}
+  LookupError(long status, const std::string& message) : Error(message), status_(status) {}
   long status_;
 };
 

@@ -1,7 +1,8 @@
 #include <filesystem>
 
 #include "backend/apps.h"
-#include "backend/helpers.h"
+#include "backend/content_name.h"
+#include "backend/ids.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
 #include "backend/routes.h"
@@ -78,7 +79,7 @@ Response updateApp(LocalBackend& backend, const Request& request) {
     if (const JSONValue* icon = body.find("icon")) {
       if (icon->isNull()) {
         info.erase("icon");
-      } else if (icon->isString() && startsWith(*icon->asString(), appIconPath)) {
+      } else if (icon->isString() && icon->asString()->starts_with(appIconPath)) {
         info["icon"] = *icon;
       }
     }

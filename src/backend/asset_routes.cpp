@@ -1,15 +1,16 @@
 #include <filesystem>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/local_backend.h"
 #include "backend/routes.h"
+#include "platform/ascii.h"
 
 namespace vells::backend {
 
 namespace {
 
 std::string assetMime(const std::string& name) {
-  const std::string ext = toLower(std::filesystem::path(name).extension().string());
+  const std::string ext = platform::asciiLower(std::filesystem::path(name).extension().string());
   if (ext == ".woff2") return "font/woff2";
   if (ext == ".ttf") return "font/ttf";
   if (ext == ".png") return "image/png";

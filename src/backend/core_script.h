@@ -5,8 +5,10 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 namespace vells::backend {
 
@@ -48,23 +50,31 @@ class CoreScript {
   virtual std::optional<std::filesystem::path> assetsRoot() const = 0;
 };
 
-class CoreError : public std::runtime_error {
+class CoreError : public Error {
  public:
   enum class Kind { exception, missingBundle };
 
-  static CoreError exception(const std::string& text) {
-    return CoreError(Kind::exception, "Renderer script failed: " + text);
+  // `where` is the script's "file:line" of the failure when the engine knows it.
+  static CoreError exception(const std::string& text, std::string where = {}) {
+    CoreError error(Kind::exception, "Renderer script failed: " + text);
+    error.where_ = std::move(where);
+    return error;
   }
   static CoreError missingBundle() {
     return CoreError(
         Kind::missingBundle,
-        "core.js is missing from the app bundle \u2014 rebuild with apps/macos/build.sh.");
+        "The core script (core.parts or core.js) is missing from the resources folder "
+        "\u2014 set VELLS_RESOURCES to the folder that holds it, or reinstall Vellora.");
   }
   Kind kind() const { return kind_; }
+  // Which part of the script failed and on which line ("…/core/layout.js:42");
+  // empty when not known. Kept out of the message, which a person reads.
+  const std::string& where() const noexcept { return where_; }
 
  private:
-  CoreError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  CoreError(Kind kind, const std::string& message) : Error(message), kind_(kind) {}
   Kind kind_;
+  std::string where_;
 };
 
 // Stands in while no script engine is built in: an empty catalogue, and every

@@ -1,11 +1,14 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/mime.h"
+#include "backend/request_params.h"
 #include "backend/routes.h"
 #include "backend/sets.h"
+#include "platform/ascii.h"
 
 namespace vells::backend {
 
@@ -103,7 +106,7 @@ Response screens(LocalBackend& backend, const Request& request) {
     std::sort(names.begin(), names.end());  // directory order is no order at all
     for (const std::string& file : names) {
       const fs::path path(file);
-      const std::string ext = toLower(path.extension().string());
+      const std::string ext = platform::asciiLower(path.extension().string());
       if (std::none_of(imageExtensions.begin(), imageExtensions.end(),
                        [&](std::string_view e) { return ext == "." + std::string(e); })) {
         continue;
@@ -111,7 +114,7 @@ Response screens(LocalBackend& backend, const Request& request) {
       const std::string name = path.stem().string();
       for (const PageRow& page : pages) {
         const std::string prefix = set + "-" + page.id + "-";
-        if (!startsWith(name, prefix)) continue;
+        if (!name.starts_with(prefix)) continue;
         std::vector<std::string> pieces = splitDashes(std::string_view(name).substr(prefix.size()));
         if (pieces.front() != "ios" && pieces.front() != "android") continue;
         JSONValue::Object entry;

@@ -11,7 +11,10 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "backend/helpers.h"
+#include "backend/content_name.h"
+#include "backend/file_io.h"
+#include "backend/ids.h"
+#include "backend/mime.h"
 
 namespace vells::backend {
 
@@ -34,15 +37,14 @@ std::optional<fs::path> firstWithExtension(const fs::path& folder, const std::st
 }
 
 [[noreturn]] void writeFailed(const fs::path& file, int error) {
-  throw std::runtime_error("Couldn’t write " + file.string() + ": " +
-                           std::system_category().message(error));
+  throw LibraryError("Couldn’t write " + file.string() + ": " +
+                     std::system_category().message(error));
 }
 
 void makeFolder(const fs::path& folder) {
   std::error_code ec;
   fs::create_directories(folder, ec);
-  if (ec)
-    throw std::runtime_error("Couldn’t create the folder " + folder.string() + ": " + ec.message());
+  if (ec) throw LibraryError("Couldn’t create the folder " + folder.string() + ": " + ec.message());
 }
 
 std::string tempName(const fs::path& file) {

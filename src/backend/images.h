@@ -92,7 +92,7 @@ Response serveImage(const std::optional<std::filesystem::path>& file, bool immut
 
 // Writes through a hidden temporary name in the same folder and renames it into
 // place, so a reader never meets half a file and a failed write leaves the old
-// one. Throws std::runtime_error with the platform's reason.
+// one. Throws LibraryError with the platform's reason.
 void writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
 
 }  // namespace vells::backend

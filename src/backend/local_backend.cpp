@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "backend/helpers.h"
+#include "backend/ids.h"
 
 namespace vells::backend {
 
@@ -98,7 +98,7 @@ Response LocalBackend::route(const Request& request) {
   auto it = exact_.find(routeKey(request.method, request.path));
   if (it != exact_.end()) return it->second(*this, request);
   for (const PrefixRoute& p : prefixes_) {
-    if (request.method == p.method && startsWith(request.path, p.prefix)) {
+    if (request.method == p.method && request.path.starts_with(p.prefix)) {
       return p.handler(*this, request, std::string_view(request.path).substr(p.prefix.size()));
     }
   }

@@ -16,6 +16,7 @@
 #include "backend/local_library.h"
 #include "backend/messages.h"
 #include "backend/routes.h"
+#include "platform/log.h"
 
 namespace vells::backend {
 
@@ -31,11 +32,6 @@ class LocalBackend {
   LocalBackend(const LocalBackend&) = delete;
   LocalBackend& operator=(const LocalBackend&) = delete;
 
-  // The one instance of a run: the standard library folder, the shared script
-  // host and every route family of the layers above. Defined where those
-  // layers meet (vells_cli); link that library to use it.
-  static LocalBackend& shared();
-
   // Opens the library once; a failure is kept and rethrown, never retried.
   void start();
   // The one public entry; every outcome, failures included, is a Response.
@@ -46,6 +42,9 @@ class LocalBackend {
   const LocalLibrary& library() const { return library_; }
   CoreScript& core() { return *core_; }
   CatalogView catalog() { return CatalogView(core_->catalog()); }
+  // Where failures nobody waits for are reported (background renders);
+  // stderr until the front door sets its own handler.
+  platform::Log& log() { return log_; }
 
   // Parses a request body: empty is `{}`, bad text is the 400 "Bad JSON body".
   static JSONValue json(std::string_view bytes);
@@ -69,6 +68,7 @@ class LocalBackend {
   std::exception_ptr startupError_;
   std::set<std::string> warming_;
   std::atomic<std::int64_t> lastIdMs_{0};
+  platform::Log log_;
 
   std::unordered_map<std::string, RouteHandler> exact_;
   std::vector<PrefixRoute> prefixes_;

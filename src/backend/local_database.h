@@ -10,12 +10,13 @@
 #include <vector>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 struct sqlite3;
 
 namespace vells::backend {
 
-class DBError : public std::runtime_error {
+class DBError : public Error {
  public:
   enum class Kind { open, sql };
 
@@ -28,7 +29,7 @@ class DBError : public std::runtime_error {
   Kind kind() const { return kind_; }
 
  private:
-  DBError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  DBError(Kind kind, const std::string& message) : Error(message), kind_(kind) {}
   Kind kind_;
 };
 

@@ -47,11 +47,6 @@ fs::path LocalLibrary::standardRoot() {
   return fs::path(home) / ".local" / "share" / "Vells";
 }
 
-const LocalLibrary& LocalLibrary::standard() {
-  static const LocalLibrary instance(standardRoot());
-  return instance;
-}
-
 void LocalLibrary::prepare() const {
   for (const fs::path& folder : {root_, backgrounds(), overlays(), layers(), stickerPacks(),
                                  appIcons(), screens(), output()}) {

@@ -3,14 +3,15 @@
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
+#include "platform/error.h"
 
 namespace vells::backend {
 
 // A library folder that couldn't be made or filled; the message names the
 // folder and the reason.
-class LibraryError : public std::runtime_error {
+class LibraryError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 // Where the library lives: the database beside plain picture folders.
@@ -19,7 +20,6 @@ class LocalLibrary {
   explicit LocalLibrary(std::filesystem::path root) : root_(std::move(root)) {}
 
   // $VELLS_LIBRARY, else $XDG_DATA_HOME/Vells, else ~/.local/share/Vells.
-  static const LocalLibrary& standard();
   static std::filesystem::path standardRoot();
 
   const std::filesystem::path& root() const { return root_; }

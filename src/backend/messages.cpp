@@ -36,10 +36,9 @@ Response Response::error(std::string_view message, int status) {
   return json(JSONValue::Object{{"ok", false}, {"error", std::string(message)}}, status);
 }
 
-Failure::Failure(Response response)
-    : std::runtime_error(response.body), response_(std::move(response)) {}
+Failure::Failure(Response response) : Error(response.body), response_(std::move(response)) {}
 
 Failure::Failure(int status, std::string_view message)
-    : std::runtime_error(std::string(message)), response_(Response::error(message, status)) {}
+    : Error(std::string(message)), response_(Response::error(message, status)) {}
 
 }  // namespace vells::backend

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 namespace vells::backend {
 
@@ -39,7 +40,7 @@ struct Response {
 };
 
 // Thrown by a route to stop with a finished answer.
-class Failure : public std::runtime_error {
+class Failure : public Error {
  public:
   explicit Failure(Response response);
   // `{"ok":false,"error":message}` with `status`.

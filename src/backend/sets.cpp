@@ -80,4 +80,19 @@ JSONValue docs(LocalBackend& backend, const std::string& set) {
                            {"styles", backend.db().document(LocalDatabase::Document::styles, set)}};
 }
 
+std::map<std::string, std::string> overrides(const JSONValue& texts, std::string_view page,
+                                             std::string_view locale) {
+  std::map<std::string, std::string> out;
+  const JSONValue* p = texts.find(page);
+  const JSONValue* l = p ? p->find(locale) : nullptr;
+  const JSONValue* screen = l ? l->find("screen") : nullptr;
+  if (!screen || !screen->isObject()) return out;
+  for (const auto& [key, value] : *screen->asObject()) {
+    // A map of strings: one entry of another type spoils the whole map.
+    if (!value.isString()) return {};
+    out.emplace(key, *value.asString());
+  }
+  return out;
+}
+
 }  // namespace vells::backend

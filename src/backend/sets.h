@@ -1,7 +1,9 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "backend/catalog_view.h"
@@ -29,5 +31,8 @@ std::vector<std::string> localesOf(LocalBackend& backend, const std::string& set
 JSONValue texts(LocalBackend& backend, const std::string& set);
 // `texts` and `styles` as their raw stored JSON text, the form the core script takes.
 JSONValue docs(LocalBackend& backend, const std::string& set);
+// texts[page][locale]["screen"] as a string map; empty when any step is missing.
+std::map<std::string, std::string> overrides(const JSONValue& texts, std::string_view page,
+                                             std::string_view locale);
 
 }  // namespace vells::backend

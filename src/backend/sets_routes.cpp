@@ -3,8 +3,10 @@
 #include <set>
 
 #include "backend/apps.h"
-#include "backend/helpers.h"
+#include "backend/file_io.h"
+#include "backend/ids.h"
 #include "backend/local_backend.h"
+#include "backend/request_params.h"
 #include "backend/routes.h"
 #include "backend/sets.h"
 
@@ -125,7 +127,7 @@ Response deleteSet(LocalBackend& backend, const Request& request) {
   for (const fs::path& folder : setFileFolders(backend.library())) {
     for (const std::string& name : files(folder)) {
       std::error_code ec;
-      if (startsWith(name, prefix)) fs::remove(folder / name, ec);
+      if (name.starts_with(prefix)) fs::remove(folder / name, ec);
     }
   }
   if (!id.empty()) {
@@ -140,7 +142,7 @@ void copySetFiles(const LocalLibrary& lib, const std::string& from, const std::s
   for (const fs::path& folder : setFileFolders(lib)) {
     for (const std::string& name : files(folder)) {
       for (const PageRow& page : pages) {
-        if (!startsWith(name, from + "-" + page.id + "-")) continue;
+        if (!name.starts_with(from + "-" + page.id + "-")) continue;
         std::error_code ec;
         fs::copy_file(folder / name, folder / (to + name.substr(from.size())),
                       fs::copy_options::overwrite_existing, ec);

@@ -1,10 +1,13 @@
 #include <filesystem>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
+#include "backend/ids.h"
 #include "backend/images.h"
 #include "backend/local_backend.h"
+#include "backend/mime.h"
 #include "backend/name_order.h"
 #include "backend/routes.h"
+#include "platform/ascii.h"
 
 namespace vells::backend {
 
@@ -14,7 +17,7 @@ namespace {
 
 // \.(png|jpe?g|webp)$ without regard to case.
 bool isStickerName(std::string_view name) {
-  const std::string lower = toLower(name);
+  const std::string lower = platform::asciiLower(name);
   for (std::string_view ext : {".png", ".jpg", ".jpeg", ".webp"}) {
     if (lower.ends_with(ext)) return true;
   }
@@ -115,7 +118,7 @@ Response placeSticker(LocalBackend& backend, const Request& request) {
   // The name ends in one of the sticker extensions, so the part after the last
   // dot is one (a file named just ".png" has no stem, but has that extension).
   const std::string name = file->filename().string();
-  std::string ext = toLower(name.substr(name.rfind('.') + 1));
+  std::string ext = platform::asciiLower(name.substr(name.rfind('.') + 1));
   if (ext == "jpeg") ext = "jpg";
   const std::string asset =
       storeLayer(backend.library(), request.param("set", "default"), *bytes, ext);

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <iostream>
 
-#include "backend/helpers.h"
+#include "backend/ids.h"
 #include "backend/local_backend.h"
 #include "cli/demo_set.h"
 #include "cli/export_command.h"

@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <string>
 #include <vector>
+#include "platform/error.h"
 
 namespace vells::backend {
 class LocalBackend;
@@ -22,9 +23,9 @@ struct ExportJob {
 };
 
 // A refused export; what() is the sentence for the user.
-class ExportError : public std::runtime_error {
+class ExportError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 // Renders every store image of `job` the cache lacks, on as many render slots

@@ -2,11 +2,10 @@
 #include <string>
 #include <vector>
 
-#include "backend/local_backend.h"
 #include "cli/demo_command.h"
 #include "cli/export_command.h"
 #include "cli/request_command.h"
-#include "rendering/html_renderer.h"
+#include "routes/local_service.h"
 
 namespace {
 
@@ -25,7 +24,8 @@ const char* const kHelp =
     "Environment:\n"
     "  VELLS_LIBRARY     the library folder (default: $XDG_DATA_HOME/Vells, else\n"
     "                    ~/.local/share/Vells)\n"
-    "  VELLS_RESOURCES   the folder holding core.js and assets/\n"
+    "  VELLS_RESOURCES   the folder holding the core script (core.parts and its\n"
+    "                    parts, or core.js) and assets/\n"
     "  VELLS_CHROMIUM    the headless Chromium to render with (default:\n"
     "                    /usr/lib/chromium/chromium-headless-shell)\n"
     "  VELLS_LOOKUP_URL  base of the App Store lookup endpoint\n";
@@ -40,18 +40,18 @@ int main(int argc, char** argv) {
   }
   const std::string command = args[0];
   args.erase(args.begin());
+  if (command != "request" && command != "export" && command != "demo") {
+    std::cerr << "vellora-cli: unknown command '" << command << "'.\n\n" << kHelp;
+    return vells::cli::kExitUsage;
+  }
+  vells::routes::LocalService service = vells::routes::makeLocalService();
+  auto& backend = *service.backend;
   if (command == "request") {
-    return vells::cli::requestCommand(args, vells::backend::LocalBackend::shared(), std::cin,
-                                      std::cout, std::cerr);
+    return vells::cli::requestCommand(args, backend, std::cin, std::cout, std::cerr);
   }
-  if (command == "export" || command == "demo") {
-    // Both render: one worker per render slot keeps every slot busy.
-    const int workers = vells::rendering::HTMLRenderer::shared().maxSlots();
-    auto& backend = vells::backend::LocalBackend::shared();
-    return command == "export"
-               ? vells::cli::exportCommand(args, backend, workers, std::cout, std::cerr)
-               : vells::cli::demoCommand(args, backend, workers, std::cout, std::cerr);
-  }
-  std::cerr << "vellora-cli: unknown command '" << command << "'.\n\n" << kHelp;
-  return vells::cli::kExitUsage;
+  // Both of the others render: one worker per render slot keeps every slot busy.
+  const int workers = service.renderer->maxSlots();
+  return command == "export"
+             ? vells::cli::exportCommand(args, backend, workers, std::cout, std::cerr)
+             : vells::cli::demoCommand(args, backend, workers, std::cout, std::cerr);
 }

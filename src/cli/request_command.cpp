@@ -7,9 +7,10 @@
 #include <optional>
 #include <sstream>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/local_backend.h"
 #include "backend/url_request.h"
+#include "platform/error.h"
 
 namespace vells::cli {
 
@@ -43,9 +44,9 @@ struct Options {
   std::optional<std::string> output;
 };
 
-class UsageError : public std::runtime_error {
+class UsageError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 Options parse(const std::vector<std::string>& args) {

@@ -9,15 +9,16 @@
 #include <vector>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 // Shared plumbing for the typed records: reading their members out of a
 // JSONValue with one set of rules, and writing them back.
 namespace vells {
 
 // A JSON value that doesn't have the shape a record needs.
-class JSONDecodeError : public std::runtime_error {
+class JSONDecodeError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 // Reads the members of one JSON object on behalf of a named record. A

@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/utf8.h"
+
 namespace vells {
 
 namespace {
@@ -138,42 +140,6 @@ void appendValue(std::string& out, const JSONValue& v) {
   }
 }
 
-// One step of UTF-8 decoding at s[i]: how many bytes it takes and whether
-// they form a valid character. An invalid step covers the maximal prefix of a
-// sequence that could still have been valid (at least one byte), so that a
-// truncated character becomes one replacement character, as WHATWG decoders do.
-struct Utf8Step {
-  std::size_t length;
-  bool valid;
-};
-
-Utf8Step utf8Step(std::string_view s, std::size_t i) {
-  auto byte = [&](std::size_t k) { return static_cast<unsigned char>(s[k]); };
-  unsigned char c = byte(i);
-  if (c < 0x80) return {1, true};
-  std::size_t len;
-  unsigned char lo = 0x80, hi = 0xBF;
-  if (c >= 0xC2 && c <= 0xDF) {
-    len = 2;
-  } else if (c >= 0xE0 && c <= 0xEF) {
-    len = 3;
-    if (c == 0xE0) lo = 0xA0;
-    if (c == 0xED) hi = 0x9F;  // no UTF-16 surrogates
-  } else if (c >= 0xF0 && c <= 0xF4) {
-    len = 4;
-    if (c == 0xF0) lo = 0x90;
-    if (c == 0xF4) hi = 0x8F;
-  } else {
-    return {1, false};
-  }
-  for (std::size_t k = 1; k < len; ++k) {
-    if (i + k >= s.size()) return {k, false};
-    unsigned char b = byte(i + k);
-    if (b < (k == 1 ? lo : 0x80) || b > (k == 1 ? hi : 0xBF)) return {k, false};
-  }
-  return {len, true};
-}
-
 }  // namespace
 
 const JSONValue* JSONValue::find(std::string_view key) const {
@@ -266,7 +232,7 @@ std::size_t JSONValue::hash() const {
 
 bool isValidUTF8(std::string_view bytes) {
   for (std::size_t i = 0; i < bytes.size();) {
-    Utf8Step step = utf8Step(bytes, i);
+    const platform::UTF8Step step = platform::decodeUTF8(bytes, i);
     if (!step.valid) return false;
     i += step.length;
   }
@@ -277,7 +243,7 @@ std::string repairUTF8(std::string_view bytes) {
   std::string out;
   out.reserve(bytes.size());
   for (std::size_t i = 0; i < bytes.size();) {
-    Utf8Step step = utf8Step(bytes, i);
+    const platform::UTF8Step step = platform::decodeUTF8(bytes, i);
     if (step.valid) {
       out.append(bytes.substr(i, step.length));
     } else {

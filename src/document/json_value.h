@@ -8,6 +8,7 @@
 #include <string_view>
 #include <variant>
 #include <vector>
+#include "platform/error.h"
 
 namespace vells {
 
@@ -85,9 +86,9 @@ class JSONValue {
   std::variant<std::string, double, bool, Array, Object, std::nullptr_t> storage_;
 };
 
-class JSONParseError : public std::runtime_error {
+class JSONParseError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 // Replaces every invalid UTF-8 sequence with U+FFFD, as the platform's

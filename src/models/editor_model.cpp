@@ -52,8 +52,8 @@ constexpr StyleField backgroundFields[] = {
 
 }  // namespace
 
-EditorModel::EditorModel(ModelClock& clock, FileSaver saver, QObject* parent)
-    : QObject(parent), clock_(clock), saver_(std::move(saver)) {}
+EditorModel::EditorModel(ModelClock& clock, FileSaver& saver, QObject* parent)
+    : QObject(parent), clock_(clock), saver_(saver) {}
 
 void EditorModel::setInspectorMode(InspectorMode mode) {
   if (inspectorMode_ == mode) return;
@@ -648,21 +648,21 @@ void EditorModel::downloadPNG(AppModel& app, std::function<void()> done) {
   }
   const std::string name = start + "-" + os + "-" + theme + "-" + locale + ".png";
   app.client().download(*url, this, [this, name, finish](APIResult<APIClient::Download> r) {
-    try {
-      if (!r) throw r.error();
-      if (r.value().mime.rfind("image/", 0) != 0) {
-        const QString body = QString::fromUtf8(r.value().bytes);
-        const bool utf8 = body.toUtf8() == QByteArray::fromStdString(r.value().bytes);
-        throw APIError::notAnImage(utf8 ? r.value().bytes : "");
-      }
-      saver_(r.value().bytes, name);
-    } catch (const SaveCancelled&) {
-    } catch (const APIError& e) {
-      showError(e);
-    } catch (const std::exception& e) {
-      show(e.what(), true);
+    if (!r) {
+      showError(r.error());
+      return finish();
     }
-    finish();
+    if (r.value().mime.rfind("image/", 0) != 0) {
+      const std::string& body = r.value().bytes;
+      const bool utf8 = QString::fromUtf8(body).toUtf8() == QByteArray::fromStdString(body);
+      showError(APIError::notAnImage(utf8 ? body : ""));
+      return finish();
+    }
+    // A closed chooser is no failure and shows nothing.
+    saver_.save(std::move(r.value().bytes), name, [this, finish](FileSaver::Outcome outcome) {
+      if (outcome.kind == FileSaver::Outcome::Kind::failed) show(outcome.message, true);
+      finish();
+    });
   });
 }
 

@@ -47,7 +47,7 @@ class EditorModel : public QObject {
   static constexpr std::int64_t checkpointPauseMs = 800;
   static constexpr std::size_t undoLimit = 60;
 
-  EditorModel(ModelClock& clock, FileSaver saver, QObject* parent = nullptr);
+  EditorModel(ModelClock& clock, FileSaver& saver, QObject* parent = nullptr);
 
   // --- documents and page state ---
   const std::optional<TextsDocument>& texts() const { return texts_; }
@@ -171,7 +171,7 @@ class EditorModel : public QObject {
   void restore(std::vector<StylesDocument>& from, std::vector<StylesDocument>& to, AppModel& app);
 
   ModelClock& clock_;
-  FileSaver saver_;
+  FileSaver& saver_;
 
   std::optional<TextsDocument> texts_;
   std::optional<StylesDocument> styles_;

@@ -1,20 +1,25 @@
 #pragma once
 
 #include <functional>
-#include <stdexcept>
 #include <string>
 
 namespace vells::models {
 
-// Where a downloaded picture goes: the app asks the person for a destination
-// and writes the bytes there; tests keep them. Throws SaveCancelled when the
-// person closes the chooser, any other exception when the write fails.
-using FileSaver = std::function<void(const std::string& bytes, const std::string& suggestedName)>;
-
-// The person closed the save chooser: nothing to report.
-class SaveCancelled : public std::runtime_error {
+// Asks the user where to put a file and writes it there (a save dialog in the
+// app, a folder in tests). Cancelling is not a failure.
+class FileSaver {
  public:
-  SaveCancelled() : std::runtime_error("The save was cancelled.") {}
+  struct Outcome {
+    enum class Kind { saved, cancelled, failed };
+    Kind kind = Kind::saved;
+    // Why it failed, in words; only for `failed`.
+    std::string message;
+  };
+
+  virtual ~FileSaver() = default;
+  // `done` runs on the main thread once the file is written or given up.
+  virtual void save(std::string bytes, std::string suggestedName,
+                    std::function<void(Outcome)> done) = 0;
 };
 
 }  // namespace vells::models

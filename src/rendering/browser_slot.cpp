@@ -4,6 +4,7 @@
 
 #include "platform/base64.h"
 #include "platform/web/devtools_client.h"
+#include "rendering/page_scripts.h"
 
 namespace vells::rendering {
 
@@ -14,15 +15,6 @@ namespace {
 
 constexpr const char* kQuit = "the web content process quit";
 constexpr auto kLoadTimeout = std::chrono::seconds(60);
-
-// Waits for fonts and for every image to decode; a broken image is no reason
-// to fail the page. Reading offsetHeight forces the layout first.
-constexpr const char* kReadyScript = R"JS((async () => {
-  void (document.body && document.body.offsetHeight);
-  await document.fonts.ready;
-  await Promise.all(Array.from(document.images, (img) => img.decode().catch(() => {})));
-  void (document.body && document.body.offsetHeight);
-})())JS";
 
 int roundPixels(double v) {
   return static_cast<int>(std::lround(v));

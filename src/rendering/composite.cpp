@@ -2,9 +2,12 @@
 
 #include <cmath>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
+#include "backend/ids.h"
 #include "backend/images.h"
+#include "backend/mime.h"
 #include "backend/sets.h"
+#include "document/records.h"
 #include "platform/base64.h"
 #include "rendering/browser_slot.h"
 #include "rendering/effects.h"
@@ -17,14 +20,6 @@ using backend::LocalDatabase;
 using backend::PageRow;
 
 namespace {
-
-constexpr const char* kExtensions[] = {"png", "jpg", "jpeg", "webp"};
-constexpr int kMargin = 480;  // the flattener lays the canvas out at (480, 480)
-
-bool fileThere(const fs::path& p) {
-  std::error_code ec;
-  return fs::exists(p, ec);
-}
 
 JSONValue picture(const std::string& mime, const std::string& bytes) {
   return JSONValue::Object{{"mime", mime}, {"base64", platform::base64Encode(bytes)}};
@@ -39,6 +34,11 @@ std::optional<JSONValue> readHeroRecord(const fs::path& file) {
   return value;
 }
 
+bool fileThere(const fs::path& p) {
+  std::error_code ec;
+  return fs::exists(p, ec);
+}
+
 double numberOr(const JSONValue& v, const char* key, double fallback) {
   return v.numberAt(key).value_or(fallback);
 }
@@ -50,12 +50,14 @@ std::string replaceAll(std::string s, const std::string& from, const std::string
   return s;
 }
 
-// No thumbnail is no failure: the PNG stands in for it.
+// No thumbnail is no failure: the PNG stands in for it. The reason is still
+// worth a line in the log.
 template <typename Make>
-std::string thumbnailOrNothing(Make make) {
+std::string thumbnailOrNothing(const platform::Log& log, const std::string& name, Make make) {
   try {
     return make();
-  } catch (const RenderError&) {
+  } catch (const RenderError& e) {
+    log.warning("No thumbnail for " + name + ": " + e.what());
     return {};
   }
 }
@@ -101,38 +103,6 @@ std::string Compositor::builtinOf(const std::optional<PageRow>& row, const std::
   return page;
 }
 
-std::optional<fs::path> Compositor::findScreen(const std::string& set, const std::string& page,
-                                               const std::string& os, const std::string& theme,
-                                               const std::string& locale) const {
-  const fs::path screens = backend_.library().screens();
-  const std::string other = theme == "light" ? "dark" : "light";
-  for (const fs::path& dir : {screens / theme, screens, screens / other}) {
-    for (const std::string& base :
-         {set + "-" + page + "-" + os + "-" + locale, set + "-" + page + "-" + os}) {
-      for (const char* ext : kExtensions) {
-        fs::path file = dir / (base + "." + ext);
-        if (fileThere(file)) return file;
-      }
-    }
-  }
-  return std::nullopt;
-}
-
-std::optional<fs::path> Compositor::findPageImage(const fs::path& folder, const std::string& set,
-                                                  const std::string& page,
-                                                  const std::string& os) const {
-  for (const char* ext : kExtensions) {
-    fs::path file = folder / (set + "-" + page + "-" + os + "." + ext);
-    if (fileThere(file)) return file;
-  }
-  if (set != "default") return std::nullopt;
-  for (const char* ext : kExtensions) {
-    fs::path file = folder / (page + "-" + os + "." + ext);
-    if (fileThere(file)) return file;
-  }
-  return std::nullopt;
-}
-
 JSONValue::Object Compositor::layerUris(const std::string& set,
                                         const JSONValue::Object& style) const {
   JSONValue::Object uris;
@@ -165,10 +135,11 @@ CSSSize Compositor::deviceSize(const std::string& os) {
 }
 
 CSSSize Compositor::canvasSize(const std::string& os) {
+  const CanvasSize fallback = compositeSize(deviceOSFromRaw(os).value_or(DeviceOS::android));
   const JSONValue dims = backend_.catalog().value("compositeDims");
   const JSONValue* entry = dims.find(os);
-  if (!entry) return {621, 1344};
-  return {numberOr(*entry, "w", 621), numberOr(*entry, "h", 1344)};
+  if (!entry) return {fallback.width, fallback.height};
+  return {numberOr(*entry, "w", fallback.width), numberOr(*entry, "h", fallback.height)};
 }
 
 std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) {
@@ -177,7 +148,8 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   const auto row = backend::pageOf(backend_, r.set, r.page);
   const bool isUploaded = row && row->source == "upload";
   const auto screen =
-      isUploaded ? findScreen(r.set, r.page, r.os, r.theme, r.locale) : std::nullopt;
+      isUploaded ? backend::findScreen(backend_.library(), r.set, r.page, r.os, r.locale, r.theme)
+                 : std::nullopt;
   const std::string builtin = builtinOf(row, r.page);
   const JSONValue::Object common{
       {"set", r.set},       {"page", r.page},           {"os", r.os},        {"theme", r.theme},
@@ -243,8 +215,9 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   }
 
   // Stage 3: the composite's name.
-  const auto backgroundFile = findPageImage(backend_.library().backgrounds(), r.set, r.page, r.os);
-  const auto overlayFile = findPageImage(backend_.library().overlays(), r.set, r.page, r.os);
+  const auto backgroundFile =
+      backend::findImage(backend_.library().backgrounds(), r.set, r.page, r.os);
+  const auto overlayFile = backend::findImage(backend_.library().overlays(), r.set, r.page, r.os);
   JSONValue nameArgs = common;
   nameArgs["hasBackground"] = backgroundFile.has_value();
   // Not only whether there is a background: which one, so a replaced picture renames the image.
@@ -313,18 +286,20 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   std::string png, jpeg;
   {
     HTMLRenderer::Lease slot = renderer_.acquire(r.background);
-    slot->load(html, {canvas.width + 2 * kMargin, canvas.height + 2 * kMargin});
+    slot->load(html, {canvas.width + 2 * Effects::M, canvas.height + 2 * Effects::M});
     Effects::flatten(*slot, canvas, std::max(pngScale, thumbW / canvas.width));
-    const Rect area{kMargin, kMargin, canvas.width, canvas.height};
+    const Rect area{Effects::M, Effects::M, canvas.width, canvas.height};
     if (needPng) png = slot->capturePNG(area, pngScale * canvas.width, true);
     // With the PNG in hand its reduction is the thumbnail: cheaper than a
     // second capture, and the two can't differ.
     if (needThumb && !needPng)
-      jpeg = thumbnailOrNothing([&] { return slot->captureJPEG(area, thumbW, 80); });
+      jpeg = thumbnailOrNothing(backend_.log(), result.thumbPath.filename().string(),
+                                [&] { return slot->captureJPEG(area, thumbW, 80); });
   }
   if (needThumb && needPng)
-    jpeg = thumbnailOrNothing(
-        [&] { return thumbnailJPEG(png, static_cast<int>(std::lround(thumbW)), 80); });
+    jpeg = thumbnailOrNothing(backend_.log(), result.thumbPath.filename().string(), [&] {
+      return thumbnailJPEG(png, static_cast<int>(std::lround(thumbW)), 80);
+    });
   if (!png.empty()) backend::writeFileAtomically(result.path, png);
   if (!jpeg.empty()) backend::writeFileAtomically(result.thumbPath, jpeg);
   result.ready = true;

@@ -61,16 +61,6 @@ class Compositor {
 
   // The built-in screen a page draws: its row's builtinId, the row's id, or the page id.
   static std::string builtinOf(const std::optional<backend::PageRow>& row, const std::string& page);
-  // The uploaded screen of a page: theme folder, plain folder, other theme;
-  // with the locale first, then without; extensions png, jpg, jpeg, webp.
-  std::optional<std::filesystem::path> findScreen(const std::string& set, const std::string& page,
-                                                  const std::string& os, const std::string& theme,
-                                                  const std::string& locale) const;
-  // A background or overlay of a page; the set "default" also finds its old unprefixed names.
-  std::optional<std::filesystem::path> findPageImage(const std::filesystem::path& folder,
-                                                     const std::string& set,
-                                                     const std::string& page,
-                                                     const std::string& os) const;
   // Every image layer's picture as a data: URI, by asset name.
   JSONValue::Object layerUris(const std::string& set, const JSONValue::Object& style) const;
   CSSSize deviceSize(const std::string& os);

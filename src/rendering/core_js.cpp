@@ -1,8 +1,11 @@
 #include "rendering/core_js.h"
 
+#include <cctype>
 #include <cstdlib>
+#include <sstream>
+#include <vector>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "platform/base64.h"
 #include "platform/script/js_context.h"
 #include "platform/sha256.h"
@@ -18,9 +21,44 @@ constexpr std::string_view kAssetPrefix = "/core/assets/";
 // The script's answer to a call that names documents it no longer holds.
 constexpr std::string_view kDocsMissing = "__vells_docs_missing__";
 
+// The shipped script is in parts that core.parts lists in load order; a single
+// core.js (a test's own script, say) stands for the whole.
+constexpr std::string_view kPartsList = "core.parts";
+constexpr std::string_view kSingleScript = "core.js";
+
 bool hasCoreScript(const fs::path& dir) {
   std::error_code ec;
-  return fs::is_regular_file(dir / "core.js", ec);
+  return fs::is_regular_file(dir / kPartsList, ec) || fs::is_regular_file(dir / kSingleScript, ec);
+}
+
+struct ScriptPart {
+  fs::path file;
+  std::string text;
+};
+
+// The script of `dir` in load order; absent when there is none, or a part is
+// missing or not UTF-8. The list names one part per line, relative to `dir`;
+// blank lines and lines starting with "#" don't count.
+std::optional<std::vector<ScriptPart>> readScript(const fs::path& dir) {
+  std::vector<fs::path> files;
+  if (auto list = backend::readFile(dir / kPartsList)) {
+    std::istringstream lines(*list);
+    for (std::string line; std::getline(lines, line);) {
+      while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back())))
+        line.pop_back();
+      if (!line.empty() && line[0] != '#') files.push_back(dir / line);
+    }
+  } else {
+    files.push_back(dir / kSingleScript);
+  }
+  if (files.empty()) return std::nullopt;
+  std::vector<ScriptPart> parts;
+  for (fs::path& file : files) {
+    auto text = backend::readFile(file);
+    if (!text || !isValidUTF8(*text)) return std::nullopt;
+    parts.push_back({std::move(file), std::move(*text)});
+  }
+  return parts;
 }
 
 }  // namespace
@@ -30,11 +68,6 @@ CoreJS::CoreJS(std::optional<fs::path> resourceDir) : resourceDir_(std::move(res
 }
 
 CoreJS::~CoreJS() = default;
-
-std::shared_ptr<CoreJS> CoreJS::shared() {
-  static const std::shared_ptr<CoreJS> instance = std::make_shared<CoreJS>(resourceDir());
-  return instance;
-}
 
 std::optional<fs::path> CoreJS::resourceDir() {
   if (const char* env = std::getenv("VELLS_RESOURCES"); env && *env) {
@@ -71,9 +104,9 @@ std::optional<fs::path> CoreJS::mapScriptPath(const std::string& path) const {
 platform::JSContext& CoreJS::ensureContext() {
   if (context_) return *context_;
   if (loadError_) std::rethrow_exception(loadError_);
-  std::optional<std::string> source;
-  if (resourceDir_ && assetsRoot_) source = backend::readFile(*resourceDir_ / "core.js");
-  if (!source || !isValidUTF8(*source)) {
+  std::optional<std::vector<ScriptPart>> parts;
+  if (resourceDir_ && assetsRoot_) parts = readScript(*resourceDir_);
+  if (!parts) {
     loadError_ = std::make_exception_ptr(CoreError::missingBundle());
     std::rethrow_exception(loadError_);
   }
@@ -96,10 +129,13 @@ platform::JSContext& CoreJS::ensureContext() {
                          return platform::HostValue::of(file.has_value() && fs::exists(*file, ec));
                        }}});
   try {
-    context->evaluate(*source, "file://" + (*resourceDir_ / "core.js").string());
+    // Each part under its own name, so an error names the file and line it is in.
+    for (const ScriptPart& part : *parts)
+      context->evaluate(part.text, "file://" + part.file.string());
   } catch (const platform::ScriptException& e) {
     const std::string text = e.what();
-    loadError_ = std::make_exception_ptr(CoreError::exception(text.empty() ? "load failed" : text));
+    loadError_ = std::make_exception_ptr(
+        CoreError::exception(text.empty() ? "load failed" : text, e.where()));
     std::rethrow_exception(loadError_);
   }
   context_ = std::move(context);
@@ -112,7 +148,7 @@ std::optional<std::string> CoreJS::invoke(const std::string& name, const std::st
     return context.callMethod("VellsCore", "call", {name, argsJSON});
   } catch (const platform::ScriptException& e) {
     const std::string text = e.what();
-    throw CoreError::exception(text.empty() ? name : text);
+    throw CoreError::exception(text.empty() ? name : text, e.where());
   }
 }
 

@@ -22,13 +22,13 @@ using backend::Documents;
 // at a time. Safe from any thread.
 class CoreJS final : public backend::CoreScript {
  public:
-  // `resourceDir` holds core.js and assets/; absent means the application has none.
+  // `resourceDir` holds the script (core.parts and the parts it lists, or one
+  // core.js) and assets/; absent means the application has none.
   explicit CoreJS(std::optional<std::filesystem::path> resourceDir);
   ~CoreJS() override;
 
-  static std::shared_ptr<CoreJS> shared();
-  // $VELLS_RESOURCES when set, else the installed share folder, else the
-  // source tree's resources/ when it holds core.js.
+  // $VELLS_RESOURCES when set, else the installed share folder when it holds
+  // the script, else the source tree's resources/.
   static std::optional<std::filesystem::path> resourceDir();
 
   std::shared_ptr<const JSONValue::Object> catalog() override;

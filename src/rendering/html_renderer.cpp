@@ -26,11 +26,6 @@ HTMLRenderer::~HTMLRenderer() {
   browser_.reset();
 }
 
-HTMLRenderer& HTMLRenderer::shared() {
-  static HTMLRenderer instance;
-  return instance;
-}
-
 int HTMLRenderer::defaultMaxSlots(unsigned processors) {
   if (processors >= 8) return 4;
   if (processors >= 4) return static_cast<int>(processors / 2);

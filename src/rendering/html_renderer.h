@@ -70,7 +70,6 @@ class HTMLRenderer {
   HTMLRenderer(const HTMLRenderer&) = delete;
   HTMLRenderer& operator=(const HTMLRenderer&) = delete;
 
-  static HTMLRenderer& shared();
   // 4 from 8 processors on, half of them from 4 to 7, else 2.
   static int defaultMaxSlots(unsigned processors);
   static int defaultMaxSlots();

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 namespace vells::rendering {
 
@@ -22,7 +23,7 @@ struct CSSSize {
   double width = 0, height = 0;
 };
 
-class RenderError : public std::runtime_error {
+class RenderError : public Error {
  public:
   enum class Kind { load, missing, snapshot, engine };
 
@@ -32,7 +33,9 @@ class RenderError : public std::runtime_error {
   static RenderError missing(const std::string& selector) {
     return RenderError(Kind::missing, selector + " was not found in the rendered page.");
   }
-  static RenderError snapshot() { return RenderError(Kind::snapshot, "WebKit returned no image."); }
+  static RenderError snapshot() {
+    return RenderError(Kind::snapshot, "The headless browser returned no image.");
+  }
   // The browser itself failed (a script error in the page, a time-out, a crash
   // outside a load): its own words.
   static RenderError engine(const std::string& message) {
@@ -41,7 +44,7 @@ class RenderError : public std::runtime_error {
   Kind kind() const { return kind_; }
 
  private:
-  RenderError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  RenderError(Kind kind, const std::string& message) : Error(message), kind_(kind) {}
   Kind kind_;
 };
 

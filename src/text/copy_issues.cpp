@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/ascii.h"
 #include "text/readability.h"
 #include "text/unicode.h"
 
@@ -71,7 +72,7 @@ std::vector<std::string> Readability::copyIssues(const std::optional<std::string
   std::string plain = *title;
   std::erase(plain, '*');
   if (plain.empty()) return issues;
-  const std::string lower = asciiLower(plain);
+  const std::string lower = platform::asciiLower(plain);
 
   std::string filler;
   for (std::string_view word : kFiller) {

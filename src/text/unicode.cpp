@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "platform/utf8.h"
+
 namespace vells::text {
 
 namespace {
@@ -61,32 +63,10 @@ bool continuation(std::string_view s, std::size_t at) {
 
 CodePoint codePointAt(std::string_view s, std::size_t at) {
   if (at >= s.size()) return {0, 0};
-  const auto lead = static_cast<unsigned char>(s[at]);
-  if (lead < 0x80) return {lead, 1};
-  std::size_t length;
-  char32_t value;
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2;
-    value = lead & 0x1F;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3;
-    value = lead & 0x0F;
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4;
-    value = lead & 0x07;
-  } else {
-    return {kReplacement, 1};
-  }
-  for (std::size_t i = 1; i < length; ++i) {
-    if (!continuation(s, at + i)) return {kReplacement, 1};
-    value = (value << 6) | (static_cast<unsigned char>(s[at + i]) & 0x3F);
-  }
-  // Overlong forms, surrogates and values past U+10FFFF are no characters.
-  const bool overlong = (length == 3 && value < 0x800) || (length == 4 && value < 0x10000);
-  if (overlong || (value >= 0xD800 && value <= 0xDFFF) || value > 0x10FFFF) {
-    return {kReplacement, 1};
-  }
-  return {value, length};
+  const platform::UTF8Step step = platform::decodeUTF8(s, at);
+  // One replacement per broken byte, so that scanning backwards agrees.
+  if (!step.valid) return {kReplacement, 1};
+  return {step.value, step.length};
 }
 
 CodePoint codePointBefore(std::string_view s, std::size_t at) {
@@ -119,14 +99,6 @@ bool isSpace(char32_t c) {
 
 bool isDecimalDigit(char32_t c) {
   return inRanges(c, kDigits);
-}
-
-std::string asciiLower(std::string_view s) {
-  std::string out(s);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return out;
 }
 
 }  // namespace vells::text

@@ -30,8 +30,4 @@ bool isSpace(char32_t c);
 // A regular expression's \d: a decimal digit of any of the common scripts.
 bool isDecimalDigit(char32_t c);
 
-// Only ASCII letters change: every word the rules look for is ASCII, and no
-// other letter's case can turn into one of them.
-std::string asciiLower(std::string_view s);
-
 }  // namespace vells::text

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "backend/helpers.h"
+#include "backend/file_io.h"
 #include "backend/test_support.h"
 
 namespace vells::testing {

@@ -12,8 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "backend/content_name.h"
 #include "backend/core_script.h"
-#include "backend/helpers.h"
+#include "backend/file_io.h"
+#include "backend/ids.h"
 #include "backend/local_backend.h"
 #include "backend/sets.h"
 #include "backend/url_request.h"

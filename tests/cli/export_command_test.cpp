@@ -8,9 +8,9 @@
 #include "backend/test_support.h"
 #include "cli/export_command.h"
 #include "cli/request_command.h"
-#include "rendering/cache_routes.h"
 #include "rendering/fixture_backend.h"
-#include "rendering/page_routes.h"
+#include "routes/cache_routes.h"
+#include "routes/page_routes.h"
 
 namespace vells::testing {
 namespace {
@@ -21,7 +21,7 @@ using backend::LocalLibrary;
 class ExportCommand : public ::testing::Test {
  protected:
   ExportCommand()
-      : b(fixtureBackend(dir, renderer, {&rendering::pageRoutes, &rendering::exportRoutes})) {}
+      : b(fixtureBackend(dir, renderer, {&routes::pageRoutes, &routes::exportRoutes})) {}
 
   int run(std::vector<std::string> args) {
     out.str("");

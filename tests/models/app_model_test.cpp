@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QBuffer>
 #include <QSignalSpy>
 #include <random>
 
@@ -9,6 +10,7 @@
 #include "models/image_store.h"
 #include "models/manual_clock.h"
 #include "models/model_library.h"
+#include "models/settings_location.h"
 
 namespace vells::testing {
 namespace {
@@ -146,6 +148,19 @@ TEST(AppModelStart, AFirstRunGoesOnlineOnDefaultsThatItThenRemembers) {
   EXPECT_EQ(again.value("workspace").toString(), "editor");
   EXPECT_EQ(again.value("active.locale").toString(), "de");
   EXPECT_FALSE(again.contains("active.set"));  // written only when it changes
+}
+
+TEST(AppModelStart, PreferencesLiveWhereTheEnvironmentSays) {
+  const QByteArray saved = qgetenv("VELLS_SETTINGS"), savedXDG = qgetenv("XDG_CONFIG_HOME");
+  qputenv("VELLS_SETTINGS", "/tmp/v/prefs.conf");
+  EXPECT_EQ(models::settingsPath(), "/tmp/v/prefs.conf");
+  qunsetenv("VELLS_SETTINGS");
+  qputenv("XDG_CONFIG_HOME", "/cfg");
+  EXPECT_EQ(models::settingsPath(), "/cfg/Vellora/vellora.conf");
+  qputenv("VELLS_SETTINGS", saved);
+  qputenv("XDG_CONFIG_HOME", savedXDG);
+  if (saved.isEmpty()) qunsetenv("VELLS_SETTINGS");
+  if (savedXDG.isEmpty()) qunsetenv("XDG_CONFIG_HOME");
 }
 
 TEST(AppModelStart, AnUnusableLibraryIsOfflineWithTheSameSentenceOnEveryRetry) {
@@ -347,6 +362,54 @@ TEST(AppModelOperations, DeletingAnAppFreesOrDeletesItsSetsAndMovesOn) {
     EXPECT_NE(s.id, "b1");
   EXPECT_TRUE(m.apps().empty());
   expectValid(w);
+}
+
+TEST(AppModelOperations, ANewAppGetsItsFirstSetOnceAndScreensElsewhereAreFound) {
+  Workspace w;
+  w.app("fresh", {{"name", "Fresh"}});
+  AppModel& m = w.connected();
+  m.setActiveLocale("de");
+  m.openNewApp("fresh", "Fresh", nullptr, {});
+  ASSERT_TRUE(w.settle());
+  EXPECT_EQ(m.activeApp(), "fresh");
+  EXPECT_EQ(m.activeSetName(), "Fresh v1");
+  EXPECT_EQ(m.activeLocale(), "en");
+  ASSERT_EQ(m.pages().size(), 5u);
+  const auto calls = w.fake.count();
+  m.setActiveSet("default");
+  ASSERT_TRUE(w.settle());
+  m.openNewApp("fresh", "Fresh", nullptr, {});  // it has a set: no request, just select
+  EXPECT_EQ(m.activeSetName(), "Fresh v1");
+  ASSERT_TRUE(w.settle());
+  EXPECT_EQ(w.fake.count(), calls + 2);  // only the pages of the two set changes
+
+  // Screens uploaded for iOS only, while Android shows.
+  QImage picture(4, 8, QImage::Format_ARGB32);
+  picture.fill(Qt::blue);
+  QByteArray png;
+  QBuffer buffer(&png);
+  buffer.open(QIODevice::WriteOnly);
+  picture.save(&buffer, "PNG");
+  std::optional<APIResult<Done>> stored;
+  w.client.uploadRaw(
+      *APIClient::url(
+          "/api/screen",
+          {{"set", m.activeSet()}, {"page", "screen-2"}, {"os", "ios"}, {"locale", "en"}}),
+      png.toStdString(), "image/png", nullptr, [&](auto r) { stored.emplace(std::move(r)); });
+  ASSERT_TRUE(w.settle());
+  ASSERT_TRUE(stored && stored->ok()) << stored->error().what();
+  std::optional<std::optional<DeviceOS>> elsewhere;
+  m.setOs(DeviceOS::android);
+  m.platformWithScreensElsewhere(nullptr, [&](auto os) { elsewhere = os; });
+  ASSERT_TRUE(w.settle());
+  ASSERT_TRUE(elsewhere);
+  EXPECT_EQ(*elsewhere, DeviceOS::ios);
+  elsewhere.reset();
+  m.setOs(DeviceOS::ios);
+  m.platformWithScreensElsewhere(nullptr, [&](auto os) { elsewhere = os; });
+  ASSERT_TRUE(w.settle());
+  ASSERT_TRUE(elsewhere);
+  EXPECT_FALSE(*elsewhere);
 }
 
 TEST(AppModelSelection, RandomSequencesOfOperationsKeepTheSelectionValid) {

@@ -9,11 +9,21 @@
 #include "models/app_model.h"
 #include "models/editor_model.h"
 #include "models/fake_transport.h"
+#include "models/file_saver.h"
 #include "models/image_store.h"
 #include "models/manual_clock.h"
 #include "models/model_library.h"
 
 namespace vells::testing {
+
+// Keeps what the editor saves, as a chooser would hand it to a folder.
+struct KeptFiles : models::FileSaver {
+  std::vector<std::pair<std::string, std::string>> files;
+  void save(std::string bytes, std::string name, std::function<void(Outcome)> done) override {
+    files.emplace_back(std::move(name), std::move(bytes));
+    done({});
+  }
+};
 
 struct EditorStack {
   ModelLibrary lib;
@@ -35,11 +45,10 @@ struct EditorStack {
   models::ImageStore images{client};
   QString settingsFile = QString::fromStdString((lib.dir.path() / "vellora.conf").string());
   QSettings settings{settingsFile, QSettings::IniFormat};
-  std::vector<std::pair<std::string, std::string>> saved;
+  KeptFiles kept;
+  std::vector<std::pair<std::string, std::string>>& saved = kept.files;
   models::AppModel app{client, images, settings};
-  models::EditorModel editor{clock, [this](const std::string& bytes, const std::string& name) {
-                               saved.emplace_back(name, bytes);
-                             }};
+  models::EditorModel editor{clock, kept};
 
   EditorStack() {
     lib.backend->start();

@@ -10,6 +10,7 @@
 #include "backend/test_support.h"
 #include "models/app_model.h"
 #include "models/canvas_model.h"
+#include "models/editor_fixture.h"
 #include "models/editor_model.h"
 #include "models/fake_transport.h"
 #include "models/gesture_controller.h"
@@ -17,9 +18,7 @@
 #include "models/layout_follow.h"
 #include "models/manual_clock.h"
 #include "models/text_fit.h"
-#include "rendering/core_js.h"
-#include "rendering/html_renderer.h"
-#include "text/text_routes.h"
+#include "routes/local_service.h"
 
 namespace vells::testing {
 namespace {
@@ -31,17 +30,17 @@ constexpr double viewH = 672;  // half a point per composite pixel on iOS
 
 struct Session {
   TempDir dir;
-  rendering::HTMLRenderer renderer{1};
-  backend::LocalBackend b{backend::LocalLibrary(dir.path() / "lib"),
-                          std::make_shared<rendering::CoreJS>(fs::path(VELLS_SOURCE_RESOURCES)),
-                          {text::textRoutes(renderer), {}}};
+  routes::LocalService service = routes::makeLocalService(
+      {backend::LocalLibrary(dir.path() / "lib"), fs::path(VELLS_SOURCE_RESOURCES), 1});
+  backend::LocalBackend& b = *service.backend;
   ManualClock clock;
   APIClient client{APITransport::local(b), clock};
   ImageStore images{client};
   QSettings settings{QString::fromStdString((dir.path() / "vellora.conf").string()),
                      QSettings::IniFormat};
   AppModel app{client, images, settings};
-  EditorModel editor{clock, [](const std::string&, const std::string&) {}};
+  KeptFiles kept;
+  EditorModel editor{clock, kept};
   CanvasModel canvas{editor, app};
   GestureController gestures{canvas};
 

@@ -11,9 +11,7 @@
 #include "models/api_client.h"
 #include "models/manual_clock.h"
 #include "models/scripted_documents.h"
-#include "rendering/core_js.h"
-#include "rendering/html_renderer.h"
-#include "text/text_routes.h"
+#include "routes/local_service.h"
 
 namespace vells::testing {
 namespace {
@@ -98,10 +96,9 @@ TEST(TextFitSteps, AFailedMeasureEndsWithNoChangesAndNoReport) {
 
 TEST(TextFitBrowser, ALongGermanTitleEndsFittingOrAtTheFloor) {
   TempDir dir;
-  rendering::HTMLRenderer renderer(1);
-  backend::LocalBackend b(backend::LocalLibrary(dir.path() / "lib"),
-                          std::make_shared<rendering::CoreJS>(fs::path(VELLS_SOURCE_RESOURCES)),
-                          {text::textRoutes(renderer), {}});
+  routes::LocalService service = routes::makeLocalService(
+      {backend::LocalLibrary(dir.path() / "lib"), fs::path(VELLS_SOURCE_RESOURCES), 1});
+  backend::LocalBackend& b = *service.backend;
   b.start();
   b.db().savePages("default", {{"home", "Home", "builtin", std::nullopt}});
   const std::string title =

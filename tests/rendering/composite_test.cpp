@@ -4,10 +4,11 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "backend/images.h"
 #include "backend/test_support.h"
 #include "rendering/composite.h"
 #include "rendering/core_js.h"
-#include "rendering/page_routes.h"
+#include "routes/page_routes.h"
 
 namespace vells::testing {
 namespace {
@@ -32,7 +33,7 @@ class Pipeline : public ::testing::Test {
     core = std::make_shared<rendering::CoreJS>(dir.path() / "resources");
     b = std::make_unique<backend::LocalBackend>(
         backend::LocalLibrary(dir.path() / "lib"), core,
-        backend::RouteFamilies{rendering::pageRoutes(*renderer), {}});
+        backend::RouteFamilies{routes::pageRoutes(*renderer), {}});
     b->db().saveApp({"fixture-app", {}, 1});
     b->db().updateSet({"default", "Default", "fixture-app", std::nullopt});
     const std::string pages = R"({"pages":[{"id":"home"},{"id":"hero"},{"id":"bare"},)"
@@ -157,9 +158,10 @@ TEST_F(Pipeline, UploadedPagesAndPictures) {
   for (auto [theme, locale, found] : {std::tuple{"dark", "en", "dark/default-shot-ios-en.jpg"},
                                       {"light", "de", "light/default-shot-ios.png"},
                                       {"dark", "de", "default-shot-ios.png"}}) {
-    EXPECT_EQ(c.findScreen("default", "shot", "ios", theme, locale), screens / found);
+    EXPECT_EQ(backend::findScreen(b->library(), "default", "shot", "ios", locale, theme),
+              screens / found);
   }
-  EXPECT_FALSE(c.findScreen("default", "shot", "android", "dark", "en"));
+  EXPECT_FALSE(backend::findScreen(b->library(), "default", "shot", "android", "en", "dark"));
 
   // A screen file changes the uploaded page's name.
   fs::remove(screens / "dark" / "default-shot-ios-en.jpg");

@@ -358,6 +358,8 @@ TEST(CoreScriptCalls, OrderedPagesAndUnknownFunctions) {
     FAIL() << "no error";
   } catch (const CoreError& e) {
     EXPECT_STREQ(e.what(), "Renderer script failed: Error: Unknown function: noSuchFunction");
+    // The shipped parts load under their own names: the failure is placed in the entry part.
+    EXPECT_NE(e.where().find("/core/entry.js:"), std::string::npos) << e.where();
   }
   EXPECT_TRUE(
       shippedCore().callJSON("orderedPages", JSONValue::Object{{"all", JSONValue::Array{}}}));

@@ -110,6 +110,53 @@ TEST_F(Host, FailedLoadIsKeptWithoutTouchingTheFileAgain) {
   EXPECT_TRUE(core.catalog()->empty());
 }
 
+// The shipped script comes in parts that share one global scope, each under its
+// own name, so a failure says which part and which line.
+TEST_F(Host, PartsLoadInListedOrderAndErrorsNameTheirFileAndLine) {
+  writeFile(dir.path() / "core.parts", "# load order\nbase/one.js\n\n  \nbase/two.js \n");
+  writeFile(dir.path() / "base" / "one.js", "\"use strict\";\nconst GREETING = \"hi\";\n");
+  writeFile(dir.path() / "base" / "two.js",
+            "\"use strict\";\n"
+            "var VellsCore = {\n"
+            "  call(name) {\n"
+            "    if (name === \"greet\") return JSON.stringify(GREETING);\n"
+            "    throw new RangeError(\"no \" + name);\n"
+            "  },\n"
+            "};\n");
+  script("var VellsCore = { call() { return '\"single\"'; } };");  // the list wins
+  CoreJS core(dir.path());
+  EXPECT_EQ(core.string("greet", {}), "hi");
+  try {
+    core.callJSON("wave", {});
+    FAIL();
+  } catch (const CoreError& e) {
+    EXPECT_EQ(std::string(e.what()), "Renderer script failed: RangeError: no wave");
+    EXPECT_EQ(e.where(), (dir.path() / "base" / "two.js").string() + ":5");
+  }
+
+  // A part that fails while loading names itself; the parts before it ran.
+  TempDir broken;
+  writeFile(broken.path() / "core.parts", "a.js\nb.js\n");
+  writeFile(broken.path() / "a.js", "var VellsCore = {};\n");
+  writeFile(broken.path() / "b.js", "\n\nlet x = ;\n");
+  try {
+    CoreJS(broken.path()).callJSON("x", {});
+    FAIL();
+  } catch (const CoreError& e) {
+    EXPECT_EQ(e.kind(), CoreError::Kind::exception);
+    EXPECT_EQ(e.where(), (broken.path() / "b.js").string() + ":3");
+  }
+
+  // A listed part that is missing is a missing script, not a half-loaded one.
+  writeFile(broken.path() / "core.parts", "a.js\ngone.js\n");
+  try {
+    CoreJS(broken.path()).callJSON("x", {});
+    FAIL();
+  } catch (const CoreError& e) {
+    EXPECT_EQ(e.kind(), CoreError::Kind::missingBundle);
+  }
+}
+
 TEST_F(Host, MissingScriptOrFolder) {
   for (std::optional<fs::path> root :
        {std::optional<fs::path>(dir.path()), std::optional<fs::path>()}) {
@@ -120,7 +167,8 @@ TEST_F(Host, MissingScriptOrFolder) {
     } catch (const CoreError& e) {
       EXPECT_EQ(e.kind(), CoreError::Kind::missingBundle);
       EXPECT_EQ(std::string(e.what()),
-                "core.js is missing from the app bundle \u2014 rebuild with apps/macos/build.sh.");
+                "The core script (core.parts or core.js) is missing from the resources folder "
+                "\u2014 set VELLS_RESOURCES to the folder that holds it, or reinstall Vellora.");
     }
     EXPECT_TRUE(core.catalog()->empty());
   }

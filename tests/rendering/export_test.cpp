@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "backend/test_support.h"
-#include "rendering/cache_routes.h"
 #include "rendering/fixture_backend.h"
-#include "rendering/page_routes.h"
+#include "routes/cache_routes.h"
+#include "routes/page_routes.h"
 
 namespace vells::testing {
 namespace {
@@ -26,9 +26,8 @@ class Export : public ::testing::Test {
   static void TearDownTestSuite() { renderer.reset(); }
 
   Export()
-      : b(fixtureBackend(
-            dir, *renderer,
-            {&rendering::pageRoutes, &rendering::cacheRoutes, &rendering::exportRoutes})) {}
+      : b(fixtureBackend(dir, *renderer,
+                         {&routes::pageRoutes, &routes::cacheRoutes, &routes::exportRoutes})) {}
 
   // The archive's entry names, after Info-ZIP found every entry sound.
   std::string entries(const backend::Response& answer) {

@@ -107,7 +107,7 @@ TEST_F(Browser, CapturesScriptsAndReloads) {
                           {Rect{0, 0, 100, 0}, 100.0},
                           {Rect{0, 0, 100, 100}, 0.2}}) {
     EXPECT_EQ(thrown([&] { slot->capturePNG(r, width, false); }),
-              Thrown(K::snapshot, "WebKit returned no image."))
+              Thrown(K::snapshot, "The headless browser returned no image."))
         << "nothing, or less than a pixel: " << r.width << "x" << r.height << " at " << width;
   }
 

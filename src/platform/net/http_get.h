@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+#include "platform/error.h"
 
 // One blocking HTTP GET at a time, for the few calls the application makes to
 // the outside world.
@@ -18,9 +19,9 @@ struct HttpResponse {
 
 // The request never got an answer: no connection, a broken TLS handshake, a
 // refused scheme, a time-out. The message names the address and the reason.
-class TransportError : public std::runtime_error {
+class TransportError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 // Which schemes a request (and any redirect it follows) may use. Plain http is

@@ -2,6 +2,8 @@
 
 #include <JavaScriptCore/JavaScript.h>
 
+#include "platform/utf8.h"
+
 namespace vells::platform {
 
 namespace {
@@ -12,26 +14,8 @@ std::u16string toUTF16(std::string_view s) {
   std::u16string out;
   out.reserve(s.size());
   for (std::size_t i = 0; i < s.size();) {
-    auto b = [&](std::size_t k) { return static_cast<unsigned char>(s[k]); };
-    unsigned char c = b(i);
-    char32_t cp = 0xFFFD;
-    std::size_t len = 1;
-    auto cont = [&](std::size_t k) { return k < s.size() && (b(k) & 0xC0) == 0x80; };
-    if (c < 0x80) {
-      cp = c;
-    } else if (c >= 0xC2 && c <= 0xDF && cont(i + 1)) {
-      cp = ((c & 0x1F) << 6) | (b(i + 1) & 0x3F);
-      len = 2;
-    } else if (c >= 0xE0 && c <= 0xEF && cont(i + 1) && cont(i + 2)) {
-      cp = ((c & 0x0F) << 12) | ((b(i + 1) & 0x3F) << 6) | (b(i + 2) & 0x3F);
-      len = 3;
-      if (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD, len = 1;
-    } else if (c >= 0xF0 && c <= 0xF4 && cont(i + 1) && cont(i + 2) && cont(i + 3)) {
-      cp = ((c & 0x07) << 18) | ((b(i + 1) & 0x3F) << 12) | ((b(i + 2) & 0x3F) << 6) |
-           (b(i + 3) & 0x3F);
-      len = 4;
-      if (cp < 0x10000 || cp > 0x10FFFF) cp = 0xFFFD, len = 1;
-    }
+    const UTF8Step step = decodeUTF8(s, i);
+    char32_t cp = step.value;
     if (cp >= 0x10000) {
       cp -= 0x10000;
       out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
@@ -39,7 +23,7 @@ std::u16string toUTF16(std::string_view s) {
     } else {
       out.push_back(static_cast<char16_t>(cp));
     }
-    i += len;
+    i += step.valid ? step.length : 1;
   }
   return out;
 }
@@ -76,6 +60,27 @@ std::string valueText(JSContextRef ctx, JSValueRef value) {
   if (!s) return "";
   StringRef holder(s);
   return toUTF8(s);
+}
+
+// The exception a thrown script value stands for: its text and, for an error
+// object, the source and line the engine recorded on it.
+ScriptException thrown(JSContextRef ctx, JSValueRef exception) {
+  std::string where;
+  if (JSValueIsObject(ctx, exception)) {
+    JSObjectRef error = JSValueToObject(ctx, exception, nullptr);
+    auto property = [&](const char* name) -> JSValueRef {
+      StringRef key{std::string(name)};
+      return JSObjectGetProperty(ctx, error, key.ref, nullptr);
+    };
+    JSValueRef source = property("sourceURL");
+    JSValueRef line = property("line");
+    if (source && JSValueIsString(ctx, source) && line && JSValueIsNumber(ctx, line)) {
+      std::string name = valueText(ctx, source);
+      if (name.starts_with("file://")) name.erase(0, 7);
+      where = name + ":" + std::to_string(static_cast<long>(JSValueToNumber(ctx, line, nullptr)));
+    }
+  }
+  return ScriptException(valueText(ctx, exception), std::move(where));
 }
 
 // The callable object behind one host function: its private data points here.
@@ -160,7 +165,7 @@ void JSContext::evaluate(std::string_view source, const std::string& sourceURL) 
   StringRef url(sourceURL);
   JSValueRef exception = nullptr;
   JSEvaluateScript(impl_->ctx, script.ref, nullptr, url.ref, 1, &exception);
-  if (exception) throw ScriptException(valueText(impl_->ctx, exception));
+  if (exception) throw thrown(impl_->ctx, exception);
 }
 
 std::optional<std::string> JSContext::callMethod(const std::string& objectName,
@@ -171,12 +176,12 @@ std::optional<std::string> JSContext::callMethod(const std::string& objectName,
   StringRef objectKey(objectName);
   JSValueRef objectValue =
       JSObjectGetProperty(ctx, JSContextGetGlobalObject(ctx), objectKey.ref, &exception);
-  if (exception) throw ScriptException(valueText(ctx, exception));
+  if (exception) throw thrown(ctx, exception);
   if (!JSValueIsObject(ctx, objectValue)) throw ScriptException(objectName + " is not defined");
   JSObjectRef object = JSValueToObject(ctx, objectValue, nullptr);
   StringRef methodKey(method);
   JSValueRef fnValue = JSObjectGetProperty(ctx, object, methodKey.ref, &exception);
-  if (exception) throw ScriptException(valueText(ctx, exception));
+  if (exception) throw thrown(ctx, exception);
   JSObjectRef fn = JSValueIsObject(ctx, fnValue) ? JSValueToObject(ctx, fnValue, nullptr) : nullptr;
   if (!fn || !JSObjectIsFunction(ctx, fn)) {
     throw ScriptException(objectName + "." + method + " is not a function");
@@ -200,7 +205,7 @@ std::optional<std::string> JSContext::callMethod(const std::string& objectName,
     argv.push_back(v);
   }
   JSValueRef result = JSObjectCallAsFunction(ctx, fn, object, argv.size(), argv.data(), &exception);
-  if (exception) throw ScriptException(valueText(ctx, exception));
+  if (exception) throw thrown(ctx, exception);
   if (!result || JSValueIsUndefined(ctx, result) || JSValueIsNull(ctx, result)) return std::nullopt;
   return valueText(ctx, result);
 }

@@ -7,13 +7,21 @@
 #include <string>
 #include <string_view>
 #include <vector>
+#include "platform/error.h"
 
 namespace vells::platform {
 
 // A script exception, with the script's own text ("TypeError: …").
-class ScriptException : public std::runtime_error {
+class ScriptException : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit ScriptException(const std::string& text, std::string where = {})
+      : Error(text), where_(std::move(where)) {}
+  // Where the script threw, as "source:line" with the source named as it was
+  // evaluated (a "file://" prefix dropped); empty when the engine doesn't say.
+  const std::string& where() const noexcept { return where_; }
+
+ private:
+  std::string where_;
 };
 
 // A value a host function hands back to the script.

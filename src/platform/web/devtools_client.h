@@ -16,15 +16,16 @@
 #include <thread>
 
 #include "document/json_value.h"
+#include "platform/error.h"
 
 namespace vells::platform {
 
 // A failed DevTools call: the browser's own error, a time-out, or a browser
 // that went away. The message is the sentence to show.
-class DevToolsError : public std::runtime_error {
+class DevToolsError : public Error {
  public:
   enum class Kind { protocol, timeout, closed, crashed };
-  DevToolsError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  DevToolsError(Kind kind, const std::string& message) : Error(message), kind_(kind) {}
   Kind kind() const { return kind_; }
 
  private:
