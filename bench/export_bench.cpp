@@ -88,7 +88,7 @@ void exportDemoSet(benchmark::State& state, bool warm, bool route = false) {
       images += rendering::ZipWriter::entriesOf(
           lib.call("GET", "/api/download-all?set=default&os=ios&theme=light").body);
     } else {
-      images += cli::exportArchive(*lib.backend, {"default", "ios", "light", ""}, 2,
+      images += cli::exportArchive(*lib.backend, lib.renderer, {"default", "ios", "light", ""},
                                    lib.root / "demo.zip", progress);
     }
     peak = std::max(peak, memory.stop());
