@@ -109,22 +109,33 @@ TEST(StyleThemes, TenThemesMatchTheirGradientInAnyCase) {
   EXPECT_EQ(values[6], std::make_pair(StyleField::strokeOpacity, JSONValue(0.7)));
 }
 
-TEST(TextFaces, LoadedFromTheLibraryWithWeightsAndFallbacks) {
+// A library that serves the font files whose role `serves` accepts.
+struct FontLibrary {
   TempDir dir;
-  auto core = std::make_shared<FakeCore>(fs::path(VELLS_SOURCE_RESOURCES) / "assets");
-  JSONValue::Array files;
-  for (const auto& f : TextFonts::files()) {
-    // The rounded face's files are left out of this catalogue: the face falls back.
-    if (f.role == "nunito") files.push_back(JSONValue::Object{{"file", f.name}});
-  }
-  core->setCatalog(JSONValue::Object{{"pages", JSONValue::array()},
-                                     {"locales", JSONValue::array()},
-                                     {"fontFiles", files},
-                                     {"patterns", JSONValue::array()}});
-  backend::LocalBackend b(backend::LocalLibrary(dir.path() / "lib"), core);
-  b.start();
+  std::unique_ptr<backend::LocalBackend> b;
   ManualClock clock;
-  models::APIClient client(models::APITransport::local(b), clock);
+  std::unique_ptr<models::APIClient> client;
+
+  explicit FontLibrary(const std::function<bool(const TextFonts::File&)>& serves) {
+    auto core = std::make_shared<FakeCore>(fs::path(VELLS_SOURCE_RESOURCES) / "assets");
+    JSONValue::Array files;
+    for (const auto& f : TextFonts::files()) {
+      if (serves(f)) files.push_back(JSONValue::Object{{"file", f.name}});
+    }
+    core->setCatalog(JSONValue::Object{{"pages", JSONValue::array()},
+                                       {"locales", JSONValue::array()},
+                                       {"fontFiles", files},
+                                       {"patterns", JSONValue::array()}});
+    b = std::make_unique<backend::LocalBackend>(backend::LocalLibrary(dir.path() / "lib"), core);
+    b->start();
+    client = std::make_unique<models::APIClient>(models::APITransport::local(*b), clock);
+  }
+};
+
+TEST(TextFaces, LoadedFromTheLibraryWithWeightsAndFallbacks) {
+  // The rounded face's files are left out: that face falls back.
+  FontLibrary lib([](const TextFonts::File& f) { return f.role == "nunito"; });
+  models::APIClient& client = *lib.client;
   TextFonts fonts;
   const QFont before = fonts.font("nunito", 700, 40);
   bool done = false;
@@ -148,19 +159,8 @@ TEST(TextFaces, LoadedFromTheLibraryWithWeightsAndFallbacks) {
 }
 
 TEST(TextFaces, TheRoundedFaceTakesTheNearestWeightFirstMetOnATie) {
-  TempDir dir;
-  auto core = std::make_shared<FakeCore>(fs::path(VELLS_SOURCE_RESOURCES) / "assets");
-  JSONValue::Array files;
-  for (const auto& f : TextFonts::files())
-    files.push_back(JSONValue::Object{{"file", f.name}});
-  core->setCatalog(JSONValue::Object{{"pages", JSONValue::array()},
-                                     {"locales", JSONValue::array()},
-                                     {"fontFiles", files},
-                                     {"patterns", JSONValue::array()}});
-  backend::LocalBackend b(backend::LocalLibrary(dir.path() / "lib"), core);
-  b.start();
-  ManualClock clock;
-  models::APIClient client(models::APITransport::local(b), clock);
+  FontLibrary lib([](const TextFonts::File&) { return true; });
+  models::APIClient& client = *lib.client;
   TextFonts fonts;
   bool done = false;
   fonts.load(client, [&] { done = true; });
