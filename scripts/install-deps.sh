@@ -12,6 +12,8 @@ PACKAGES=(
   # rendering: the headless browser, image filters, and fonts for every script a page may hold
   chromium-headless-shell libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
   fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
+  # the Qt layers (device capture, screen import, the app)
+  qt6-base-dev
   # tests and benchmarks
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # command-line tools the tests and the README session use
