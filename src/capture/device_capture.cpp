@@ -111,7 +111,7 @@ std::string DeviceCapture::noAdbSentence() const {
     places += (places.empty() ? "" : ", ") + candidate.toStdString();
   }
   if (!tools_.loginShell.isEmpty()) {
-    places += (places.empty() ? "" : ", ") + std::string("the login shell’s PATH");
+    places += (places.empty() ? "" : " and ") + std::string("on the login shell’s PATH");
   }
   return "adb isn’t installed." + (places.empty() ? "" : " Looked in " + places + ".") +
          " Install the Android SDK platform tools, then try again.";

@@ -7,8 +7,13 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include "backend/test_support.h"
+
+#include <algorithm>
+
 #include "capture/device_capture.h"
+#include "capture/screen_importer.h"
 #include "platform/base64.h"
 
 namespace vells::testing {
@@ -75,6 +80,52 @@ class FakeTools {
 
  private:
   TempDir dir_;
+};
+
+// A real library with one set of three uploaded pages in English and German.
+class CaptureLibrary : public ::testing::Test {
+ protected:
+  CaptureLibrary()
+      : core(std::make_shared<FakeCore>()),
+        backend(backend::LocalLibrary(dir.path() / "lib"), core) {
+    JSONValue::Object catalog = FakeCore::defaultCatalog();
+    catalog["pages"] = JSONValue::parse(R"([{"id":"home","label":"Home"}])");
+    const JSONValue locales = JSONValue::parse(R"([{"code":"en","nativeName":"English","flag":""},
+      {"code":"de","nativeName":"Deutsch","flag":""},{"code":"fr","nativeName":"Français","flag":""}])");
+    catalog["locales"] = locales;
+    catalog["storeLocales"] = locales;
+    core->setCatalog(catalog);
+    backend.start();
+    set = *bodyJSON(call(backend, "POST", "/api/sets", R"({"name":"Shots","locales":["en","de"]})"))
+               .stringAt("id");
+    const auto saved = call(backend, "POST", "/api/pages?set=" + set,
+                            R"({"pages":[{"id":"home","label":"Home","source":"upload"},
+                                         {"id":"stats","label":"Stats","source":"upload"},
+                                         {"id":"more","label":"More","source":"upload"}]})");
+    EXPECT_EQ(saved.status, 200) << saved.body;
+  }
+
+  capture::BackendCall handle() {
+    return [this](const backend::Request& r) { return backend.handle(r); };
+  }
+  capture::ImportTarget target(DeviceOS os = DeviceOS::ios, ThemeName theme = ThemeName::light) {
+    return capture::ImportTarget::load(handle(), set, os, theme);
+  }
+  std::vector<std::string> stored() {
+    std::vector<std::string> out;
+    for (const auto& e : fs::recursive_directory_iterator(dir.path() / "lib")) {
+      const std::string rel = fs::relative(e.path(), dir.path() / "lib").string();
+      if (e.is_regular_file() && rel.rfind("screens/", 0) == 0) out.push_back(rel);
+    }
+    std::sort(out.begin(), out.end());
+    return out;
+  }
+
+  TempDir dir;
+  TempDir drop;
+  std::shared_ptr<FakeCore> core;
+  backend::LocalBackend backend;
+  std::string set;
 };
 
 }  // namespace vells::testing

@@ -13,51 +13,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using namespace vells::testing;
 
-// A real library with one set of three uploaded pages in English and German.
-class ScreenImporterTest : public ::testing::Test {
- protected:
-  ScreenImporterTest()
-      : core(std::make_shared<FakeCore>()),
-        backend(backend::LocalLibrary(dir.path() / "lib"), core) {
-    JSONValue::Object catalog = FakeCore::defaultCatalog();
-    catalog["pages"] = JSONValue::parse(R"([{"id":"home","label":"Home"}])");
-    const JSONValue locales = JSONValue::parse(R"([{"code":"en","nativeName":"English","flag":""},
-      {"code":"de","nativeName":"Deutsch","flag":""},{"code":"fr","nativeName":"Français","flag":""}])");
-    catalog["locales"] = locales;
-    catalog["storeLocales"] = locales;
-    core->setCatalog(catalog);
-    backend.start();
-    set = *bodyJSON(call(backend, "POST", "/api/sets", R"({"name":"Shots","locales":["en","de"]})"))
-               .stringAt("id");
-    const auto saved = call(backend, "POST", "/api/pages?set=" + set,
-                            R"({"pages":[{"id":"home","label":"Home","source":"upload"},
-                                         {"id":"stats","label":"Stats","source":"upload"},
-                                         {"id":"more","label":"More","source":"upload"}]})");
-    EXPECT_EQ(saved.status, 200) << saved.body;
-  }
-
-  BackendCall handle() {
-    return [this](const backend::Request& r) { return backend.handle(r); };
-  }
-  ImportTarget target(DeviceOS os = DeviceOS::ios, ThemeName theme = ThemeName::light) {
-    return ImportTarget::load(handle(), set, os, theme);
-  }
-  std::vector<std::string> stored() {
-    std::vector<std::string> out;
-    for (const auto& e : fs::recursive_directory_iterator(dir.path() / "lib")) {
-      const std::string rel = fs::relative(e.path(), dir.path() / "lib").string();
-      if (e.is_regular_file() && rel.rfind("screens/", 0) == 0) out.push_back(rel);
-    }
-    std::sort(out.begin(), out.end());
-    return out;
-  }
-
-  TempDir dir;
-  TempDir drop;
-  std::shared_ptr<FakeCore> core;
-  backend::LocalBackend backend;
-  std::string set;
-};
+using ScreenImporterTest = CaptureLibrary;
 
 TEST_F(ScreenImporterTest, UploadsEachPictureToItsPageLanguageAndTheme) {
   writeFile(drop.path() / "en" / "home.png", tinyPNG());
