@@ -49,7 +49,7 @@ TEST(ScreenImportPlan, LocaleFromTheFolderOrTheNamesSuffix) {
   EXPECT_EQ(localeOf("/drop/settings@ja.png", kCodes), "ja");
   EXPECT_EQ(localeOf("/drop/home.de.png", kCodes), "de");
   EXPECT_EQ(localeOf("/drop/home-DE.png", kCodes), "de");
-  EXPECT_EQ(localeOf("/drop/friend.png", kCodes), std::nullopt);  // ends in "end", no separator
+  EXPECT_EQ(localeOf("/drop/garden.png", kCodes), std::nullopt);  // "en" without a separator
   EXPECT_EQ(localeOf("/drop/Deutsch/home.png", kCodes), std::nullopt);
   EXPECT_EQ(localeOf("/drop/DE/home.png", kCodes), std::nullopt);  // the folder must match exactly
   EXPECT_EQ(mime("a/home_fr.JPG"), "image/jpeg");
