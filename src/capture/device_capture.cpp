@@ -122,7 +122,7 @@ DeviceList DeviceCapture::devices() {
   if (isExecutable(tools_.xcrun)) {
     list.devices = simulators();
   } else {
-    list.notes.push_back("iOS Simulator capture needs macOS.");
+    list.notes.emplace_back("iOS Simulator capture needs macOS.");
   }
   if (const auto adb = adbPath()) {
     for (Device& device : androidDevices(*adb)) {
@@ -145,14 +145,14 @@ std::vector<Device> DeviceCapture::simulators() {
   // QJsonObject keeps its keys sorted as text, which is the order wanted.
   for (auto it = runtimes.begin(); it != runtimes.end(); ++it) {
     const QString label = runtimeLabel(it.key());
-    for (const QJsonValue& value : it.value().toArray()) {
+    for (const auto& value : it.value().toArray()) {
       const QJsonObject entry = value.toObject();
       if (entry.value("state").toString() != QStringLiteral("Booted")) continue;
       if (!entry.value("udid").isString() || !entry.value("name").isString()) continue;
       QString name = entry.value("name").toString();
       if (!label.isEmpty()) name += QStringLiteral(" — ") + label;
-      out.push_back({entry.value("udid").toString().toStdString(), name.toStdString(),
-                     DeviceOS::ios, DeviceState::ready, "Booted"});
+      out.push_back(Device{entry.value("udid").toString().toStdString(), name.toStdString(),
+                           DeviceOS::ios, DeviceState::ready, "Booted"});
     }
   }
   return out;

@@ -22,6 +22,7 @@ std::string extensionOf(const fs::path& file) {
 // whole path, so the order never depends on how the files came in.
 void sortNaturally(std::vector<fs::path>& files) {
   std::vector<std::string> names;
+  names.reserve(files.size());
   for (const fs::path& file : files)
     names.push_back(file.filename().string());
   backend::sortForPeople(names);

@@ -2,10 +2,10 @@
 
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <system_error>
 
-#include "backend/url_request.h"
 #include "document/json_value.h"
 #include "platform/error.h"
 
@@ -32,34 +32,28 @@ std::string reasonOf(const backend::Response& response) {
   return response.body.empty() ? "status " + std::to_string(response.status) : response.body;
 }
 
-JSONValue fetchJSON(const BackendCall& call, const std::string& url) {
-  const backend::Response response = call(backend::requestFromURL(url));
+backend::Request request(std::string method, std::string path,
+                         std::map<std::string, std::string, std::less<>> query) {
+  backend::Request r;
+  r.method = std::move(method);
+  r.path = std::move(path);
+  r.query = std::move(query);
+  return r;
+}
+
+JSONValue fetchJSON(const BackendCall& call, const backend::Request& get) {
+  const backend::Response response = call(get);
   if (response.status != 200) {
     throw Error("The library couldn’t be read: " + reasonOf(response));
   }
   return JSONValue::parse(response.body);
 }
 
-std::string percentEncode(const std::string& text) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
-  std::string out;
-  for (const unsigned char c : text) {
-    if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
-      out += static_cast<char>(c);
-    } else {
-      out += '%';
-      out += kHex[c >> 4];
-      out += kHex[c & 15];
-    }
-  }
-  return out;
-}
-
 }  // namespace
 
 ImportTarget ImportTarget::load(const BackendCall& call, const std::string& set, DeviceOS os,
                                 ThemeName theme) {
-  const AppConfig config = AppConfig::decode(fetchJSON(call, "/api/config"));
+  const AppConfig config = AppConfig::decode(fetchJSON(call, request("GET", "/api/config", {})));
   bool known = false;
   for (const VellSet& each : config.sets)
     known = known || each.id == set;
@@ -68,7 +62,7 @@ ImportTarget ImportTarget::load(const BackendCall& call, const std::string& set,
                 "” in this library. 'vellora-cli request GET /api/sets' lists the sets.");
   }
   ImportTarget target{set, os, theme, {}, {}};
-  const JSONValue pages = fetchJSON(call, "/api/pages?set=" + percentEncode(set));
+  const JSONValue pages = fetchJSON(call, request("GET", "/api/pages", {{"set", set}}));
   if (const JSONValue* list = pages.find("pages"); list && list->isArray()) {
     for (const JSONValue& page : *list->asArray())
       target.pages.push_back(SetPage::decode(page));
@@ -89,12 +83,16 @@ std::string ImportReport::text() const {
 std::string uploadScreen(const BackendCall& call, const std::string& set, const std::string& page,
                          DeviceOS os, const std::optional<std::string>& locale,
                          ThemeName appearance, std::string bytes, const std::string& contentType) {
-  std::string url = "/api/screen?set=" + percentEncode(set) + "&page=" + percentEncode(page) +
-                    "&os=" + std::string(rawValue(os));
-  if (locale) url += "&locale=" + percentEncode(*locale);
-  url += "&appearance=" + std::string(rawValue(appearance));
-  const backend::Response response =
-      call(backend::requestFromURL(url, "POST", std::move(bytes), contentType));
+  std::map<std::string, std::string, std::less<>> query = {
+      {"set", set},
+      {"page", page},
+      {"os", std::string(rawValue(os))},
+      {"appearance", std::string(rawValue(appearance))}};
+  if (locale) query.emplace("locale", *locale);
+  backend::Request post = request("POST", "/api/screen", std::move(query));
+  post.body = std::move(bytes);
+  post.contentType = contentType;
+  const backend::Response response = call(post);
   return response.status == 200 ? std::string() : reasonOf(response);
 }
 
@@ -109,7 +107,7 @@ std::string ScreenImporter::upload(const screen_import::Assignment& assignment,
   std::error_code ec;
   const std::uintmax_t size = fs::file_size(assignment.file, ec);
   if (!ec && size > kMaxBytes) {
-    return name + " is " + std::to_string(size / (1024 * 1024)) +
+    return name + " is " + std::to_string(size / (std::uintmax_t{1024} * 1024)) +
            " MB, more than the 50 MB a screen may be. Is it the right file?";
   }
   std::ifstream in(assignment.file, std::ios::binary);

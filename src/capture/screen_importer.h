@@ -49,7 +49,7 @@ struct ImportReport {
 class ScreenImporter {
  public:
   // Larger than any phone's screenshot by far: a file this big is the wrong file.
-  static constexpr std::uintmax_t kMaxBytes = 50u * 1024u * 1024u;
+  static constexpr std::uintmax_t kMaxBytes = std::uintmax_t{50} * 1024 * 1024;
 
   explicit ScreenImporter(BackendCall call) : call_(std::move(call)) {}
 

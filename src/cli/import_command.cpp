@@ -42,7 +42,7 @@ int importCommand(const std::vector<std::string>& args, const capture::BackendCa
       out << kImportHelp;
       return kExitOK;
     }
-    if (a.rfind("-", 0) != 0) {
+    if (a.rfind('-', 0) != 0) {
       dropped.emplace_back(a);
       continue;
     }
