@@ -4,7 +4,9 @@
 // One iteration is one whole gallery (39 locales x 10 pages, 780 calls).
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "document/json_value.h"
@@ -85,18 +87,19 @@ Gallery realisticGallery(CoreJS& core) {
   return g;
 }
 
-void runGallery(CoreJS& core, const Gallery& g, const Documents& docs) {
+void runGallery(CoreJS& core, const Gallery& g, const Documents& docs,
+                vells::platform::Priority priority = vells::platform::Priority::interactive) {
   for (const auto& locale : g.locales) {
     for (std::size_t p = 0; p < g.pages.size(); ++p) {
       JSONValue args =
           JSONValue::Object{{"set", "summer-1712"}, {"page", g.pages[p]}, {"os", "ios"},
                             {"theme", "dark"},      {"locale", locale},   {"isUploaded", p >= 6}};
-      benchmark::DoNotOptimize(core.callWithDocs("pagePlan", docs, args));
+      benchmark::DoNotOptimize(core.callWithDocs("pagePlan", docs, args, priority));
       args["hasBackground"] = p == 1;
       args["overlayMtimeMs"] = nullptr;
       args["screenMtimeMs"] = p >= 6 ? JSONValue(1715673600000.0) : JSONValue(nullptr);
       args["calloutAspect"] = p == 0 ? JSONValue(1.42) : JSONValue(nullptr);
-      benchmark::DoNotOptimize(core.stringWithDocs("compositeName", docs, args));
+      benchmark::DoNotOptimize(core.stringWithDocs("compositeName", docs, args, priority));
     }
   }
 }
@@ -126,6 +129,47 @@ void BM_GalleryStatusAfterEdit(benchmark::State& state) {
   state.counters["calls"] = 2.0 * g.locales.size() * g.pages.size();
 }
 BENCHMARK(BM_GalleryStatusAfterEdit)->Unit(benchmark::kMillisecond);
+
+// One call of a live preview while a warm-up keeps the script busy drawing
+// store images, each call with a 4 MB picture inlined: with the warm-up as
+// background work (argument 1) it runs in the other context; as interactive
+// work (0) the two share one, as every call did before there were two.
+void BM_PreviewCallBesideAWarmUp(benchmark::State& state) {
+  using vells::platform::Priority;
+  CoreJS core{CoreJS::resourceDir()};
+  const Gallery g = realisticGallery(core);
+  const Documents docs(g.texts, g.styles);
+  const Priority warmUp = state.range(0) ? Priority::background : Priority::interactive;
+  JSONValue storeImage = JSONValue::Object{
+      {"set", "summer-1712"},
+      {"page", "home"},
+      {"os", "ios"},
+      {"theme", "dark"},
+      {"locale", "de"},
+      {"pageLabel", "Home"},
+      {"phone", JSONValue::Object{{"mime", "image/png"}, {"base64", std::string(4 << 20, 'A')}}}};
+  std::jthread busy([&](std::stop_token stop) {
+    while (!stop.stop_requested())
+      benchmark::DoNotOptimize(core.callWithDocs("compositeHtml", docs, storeImage, warmUp));
+  });
+  const JSONValue preview =
+      JSONValue::Object{{"set", "summer-1712"}, {"page", "home"}, {"os", "ios"},
+                        {"theme", "dark"},      {"locale", "en"}, {"isUploaded", false}};
+  for (auto _ : state) {
+    // Spaced as keystrokes are, so a call finds the warm-up inside the script
+    // as often as chance has it, not just after the lock came free.
+    state.PauseTiming();
+    std::this_thread::sleep_for(std::chrono::milliseconds(3));
+    state.ResumeTiming();
+    benchmark::DoNotOptimize(core.callWithDocs("pagePlan", docs, preview));
+  }
+}
+BENCHMARK(BM_PreviewCallBesideAWarmUp)
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(300);
 
 // What the first call of a run pays: reading the script's parts, evaluating
 // them in one context, and building the catalogue.

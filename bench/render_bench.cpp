@@ -84,14 +84,14 @@ BENCHMARK(BM_PhoneCaptureSampleHome)->Unit(benchmark::kMillisecond)->UseRealTime
 
 void BM_PhoneLoadOnly(benchmark::State& state) {
   const std::string html = phonePage();
-  auto slot = renderer().acquire(false);
+  auto slot = renderer().acquire(vells::platform::Priority::interactive);
   for (auto _ : state)
     slot->load(html, {393, 852});
 }
 BENCHMARK(BM_PhoneLoadOnly)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(12);
 
 void BM_StoreCapture(benchmark::State& state) {
-  auto slot = renderer().acquire(false);
+  auto slot = renderer().acquire(vells::platform::Priority::interactive);
   slot->load(storePage(), {621, 1344});
   for (auto _ : state) {
     benchmark::DoNotOptimize(slot->capturePNG(Rect{0, 0, 621, 1344}, 1242, true));
@@ -100,7 +100,7 @@ void BM_StoreCapture(benchmark::State& state) {
 BENCHMARK(BM_StoreCapture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(12);
 
 void BM_ThumbnailCapture(benchmark::State& state) {
-  auto slot = renderer().acquire(false);
+  auto slot = renderer().acquire(vells::platform::Priority::interactive);
   slot->load(storePage(), {621, 1344});
   for (auto _ : state) {
     benchmark::DoNotOptimize(slot->captureJPEG(Rect{0, 0, 621, 1344}, 400, 80));
@@ -119,7 +119,7 @@ void BM_PoolThroughput(benchmark::State& state) {
     for (int t = 0; t < 2; ++t) {
       threads.emplace_back([&] {
         for (int i = 0; i < perThread; ++i) {
-          auto slot = renderer().acquire(true);
+          auto slot = renderer().acquire(vells::platform::Priority::background);
           slot->load(html, {621, 1344});
           benchmark::DoNotOptimize(slot->capturePNG(Rect{0, 0, 621, 1344}, 1242, true));
         }

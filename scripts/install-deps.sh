@@ -9,11 +9,11 @@ PACKAGES=(
   # libraries
   libsqlite3-dev nlohmann-json3-dev libssl-dev libjavascriptcoregtk-4.1-dev
   libcurl4-openssl-dev libicu-dev
+  # the application layer: Qt 6 (Core, Gui, Widgets, Test, Concurrent)
+  qt6-base-dev
   # rendering: the headless browser, image filters, and fonts for every script a page may hold
   chromium-headless-shell libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
   fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
-  # the Qt layers (device capture, screen import, the app)
-  qt6-base-dev
   # tests and benchmarks
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   # command-line tools the tests and the README session use

@@ -11,7 +11,7 @@ Documents::Documents(std::string texts, std::string styles)
 }
 
 std::optional<JSONValue> CoreScript::callWithDocs(const std::string& name, const Documents& docs,
-                                                  const JSONValue& args) {
+                                                  const JSONValue& args, platform::Priority) {
   auto parsed = [](const std::string& text) {
     auto v = JSONValue::tryParse(text);
     return v && v->isObject() ? *v : JSONValue(JSONValue::Object{});
@@ -26,9 +26,9 @@ std::optional<JSONValue> CoreScript::callWithDocs(const std::string& name, const
 }
 
 std::optional<std::string> CoreScript::stringWithDocs(const std::string& name,
-                                                      const Documents& docs,
-                                                      const JSONValue& args) {
-  auto value = callWithDocs(name, docs, args);
+                                                      const Documents& docs, const JSONValue& args,
+                                                      platform::Priority priority) {
+  auto value = callWithDocs(name, docs, args, priority);
   if (value && value->isString()) return *value->asString();
   return std::nullopt;
 }

@@ -9,6 +9,7 @@
 
 #include "document/json_value.h"
 #include "platform/error.h"
+#include "platform/work/priority.h"
 
 namespace vells::backend {
 
@@ -28,6 +29,10 @@ class Documents {
 
 // What the backend needs of the script that holds all page layout, cache
 // naming and catalogue data. The real host runs core.js; tests plug in fakes.
+//
+// Blocking: every call runs the script on the calling thread and returns with
+// its answer; it waits while another call of the same priority is inside the
+// script. catalog() waits the same way on its first read only.
 class CoreScript {
  public:
   virtual ~CoreScript() = default;
@@ -41,11 +46,17 @@ class CoreScript {
   // As callJSON; a result that is not a string counts as absent.
   virtual std::optional<std::string> string(const std::string& name, const JSONValue& args) = 0;
   // As callJSON, with the set's documents parsed under `texts` and `styles` and
-  // the call's own keys merged over them.
+  // the call's own keys merged over them. Background calls never hold up
+  // interactive ones where the host can run them apart.
   virtual std::optional<JSONValue> callWithDocs(const std::string& name, const Documents& docs,
-                                                const JSONValue& args);
-  std::optional<std::string> stringWithDocs(const std::string& name, const Documents& docs,
-                                            const JSONValue& args);
+                                                const JSONValue& args, platform::Priority priority);
+  std::optional<JSONValue> callWithDocs(const std::string& name, const Documents& docs,
+                                        const JSONValue& args) {
+    return callWithDocs(name, docs, args, platform::Priority::interactive);
+  }
+  std::optional<std::string> stringWithDocs(
+      const std::string& name, const Documents& docs, const JSONValue& args,
+      platform::Priority priority = platform::Priority::interactive);
   // The folder of the script's assets (fonts, pattern tiles), if there is one.
   virtual std::optional<std::filesystem::path> assetsRoot() const = 0;
 };

@@ -26,9 +26,10 @@ std::vector<Route> coreRoutes() {
 }
 
 LocalBackend::LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> core,
-                           RouteFamilies more)
+                           RouteFamilies more, int workers)
     : library_(std::move(library)),
-      core_(core ? std::move(core) : std::make_shared<AbsentCoreScript>()) {
+      core_(core ? std::move(core) : std::make_shared<AbsentCoreScript>()),
+      work_(std::make_unique<platform::Executor>(workers)) {
   RouteFamilies apps = appsRoutes();
   for (const auto& family :
        {coreRoutes(), setsRoutes(), imageRoutes(), stickerRoutes(), apps.exact, more.exact}) {

@@ -17,18 +17,26 @@
 #include "backend/messages.h"
 #include "backend/routes.h"
 #include "platform/log.h"
+#include "platform/work/executor.h"
 
 namespace vells::backend {
 
 // The in-process web service that owns the library. Callers hand it a Request
 // and get a Response; nothing listens on a socket. Safe to call from any number
 // of threads at once.
+//
+// Blocking: handle() runs the route on the calling thread and returns when it
+// is done; routes that render wait for a render slot and for the script.
+// Work a route only starts (a warm-up) runs on work() and never holds handle().
 class LocalBackend {
  public:
   static constexpr std::string_view baseURL = "vells://local";
 
   // `more` adds the routes of the layers above, which the backend can't know.
-  LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> core, RouteFamilies more = {});
+  // `workers` threads run background work; as many as render slots keeps
+  // every slot busy without queueing work in front of them.
+  LocalBackend(LocalLibrary library, std::shared_ptr<CoreScript> core, RouteFamilies more = {},
+               int workers = 2);
   LocalBackend(const LocalBackend&) = delete;
   LocalBackend& operator=(const LocalBackend&) = delete;
 
@@ -57,6 +65,10 @@ class LocalBackend {
   std::mutex& lock() { return lock_; }
   std::set<std::string>& warming() { return warming_; }
 
+  // Where warm-ups and the pages of an export run. Its end, first of the
+  // backend's, lets running work finish while the library is still open.
+  platform::Executor& work() { return *work_; }
+
  private:
   Response route(const Request& request);
   void upgrade(LocalDatabase& db);
@@ -72,6 +84,8 @@ class LocalBackend {
 
   std::unordered_map<std::string, RouteHandler> exact_;
   std::vector<PrefixRoute> prefixes_;
+  // Last: destroyed first, so no task outlives what it works with.
+  std::unique_ptr<platform::Executor> work_;
 };
 
 }  // namespace vells::backend

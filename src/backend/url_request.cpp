@@ -34,6 +34,23 @@ std::optional<std::string> percentDecode(std::string_view s, bool plusIsSpace) {
   return out;
 }
 
+std::string percentEncode(std::string_view s) {
+  static constexpr char hex[] = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(s.size());
+  for (unsigned char c : s) {
+    if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+        c == '_' || c == '.' || c == '~') {
+      out.push_back(static_cast<char>(c));
+    } else {
+      out += '%';
+      out += hex[c >> 4];
+      out += hex[c & 15];
+    }
+  }
+  return out;
+}
+
 Request requestFromURL(std::string_view url, std::string method, std::string body,
                        std::string contentType, std::optional<std::string> ifNoneMatch) {
   Request request;

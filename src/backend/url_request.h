@@ -20,4 +20,8 @@ Request requestFromURL(std::string_view url, std::string method = "GET", std::st
 // Decodes %XX escapes; absent when an escape is malformed or the result is not UTF-8.
 std::optional<std::string> percentDecode(std::string_view s, bool plusIsSpace = false);
 
+// Escapes every byte but the unreserved characters (A-Z a-z 0-9 - _ . ~) as
+// %XX, so the text survives as one path segment or query value.
+std::string percentEncode(std::string_view s);
+
 }  // namespace vells::backend

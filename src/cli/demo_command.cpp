@@ -68,8 +68,8 @@ std::optional<std::string> earlierSet(LocalBackend& backend, const std::string& 
 
 }  // namespace
 
-int demoCommand(const std::vector<std::string>& args, LocalBackend& backend, int workers,
-                std::ostream& out, std::ostream& err) {
+int demoCommand(const std::vector<std::string>& args, LocalBackend& backend,
+                rendering::HTMLRenderer& renderer, std::ostream& out, std::ostream& err) {
   fs::path dir = "vellora-demo";
   for (std::size_t i = 0; i < args.size(); ++i) {
     if (args[i] == "--help" || args[i] == "-h") {
@@ -136,10 +136,10 @@ int demoCommand(const std::vector<std::string>& args, LocalBackend& backend, int
     std::vector<fs::path> written;
     for (const char* os : {"ios", "android"}) {
       for (const char* theme : {"light", "dark"}) {
-        ExportJob job{set, os, theme, ""};
+        const rendering::ExportRequest job{set, os, theme, ""};
         const fs::path file = dir / (appSlug + "-" + os + "-" + theme + ".zip");
         err << "Exporting " << os << " " << theme << "\n";
-        const int count = exportArchive(backend, job, workers, file, err);
+        const int count = exportArchive(backend, renderer, job, file, err);
         err << "Wrote " << count << " images to " << file.string() << "\n";
         written.push_back(file);
       }

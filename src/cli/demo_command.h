@@ -7,6 +7,9 @@
 namespace vells::backend {
 class LocalBackend;
 }
+namespace vells::rendering {
+class HTMLRenderer;
+}
 
 namespace vells::cli {
 
@@ -15,7 +18,7 @@ extern const char* const kDemoHelp;
 // `demo [-o DIR]`: files the sample app, fills one set with every built-in
 // page, titles in four languages and a few looks, and exports one archive per
 // platform and appearance into DIR.
-int demoCommand(const std::vector<std::string>& args, backend::LocalBackend& backend, int workers,
-                std::ostream& out, std::ostream& err);
+int demoCommand(const std::vector<std::string>& args, backend::LocalBackend& backend,
+                rendering::HTMLRenderer& renderer, std::ostream& out, std::ostream& err);
 
 }  // namespace vells::cli

@@ -80,9 +80,8 @@ int main(int argc, char** argv) {
   if (command == "request") {
     return vells::cli::requestCommand(args, backend, std::cin, std::cout, std::cerr);
   }
-  // Both of the others render: one worker per render slot keeps every slot busy.
-  const int workers = service.renderer->maxSlots();
+  auto& renderer = *service.renderer;
   return command == "export"
-             ? vells::cli::exportCommand(args, backend, workers, std::cout, std::cerr)
-             : vells::cli::demoCommand(args, backend, workers, std::cout, std::cerr);
+             ? vells::cli::exportCommand(args, backend, renderer, std::cout, std::cerr)
+             : vells::cli::demoCommand(args, backend, renderer, std::cout, std::cerr);
 }

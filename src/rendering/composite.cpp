@@ -154,7 +154,8 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   const JSONValue::Object common{
       {"set", r.set},       {"page", r.page},           {"os", r.os},        {"theme", r.theme},
       {"locale", r.locale}, {"isUploaded", isUploaded}, {"builtin", builtin}};
-  const Plan plan = Plan::of(backend_.core().callWithDocs("pagePlan", docs, common), r.set, r.page);
+  const Plan plan =
+      Plan::of(backend_.core().callWithDocs("pagePlan", docs, common, r.priority), r.set, r.page);
   const fs::path output = backend_.library().output();
   const fs::path phonePath = output / plan.captures.phone;
   const fs::path heroPath = output / plan.captures.hero;
@@ -186,7 +187,7 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   // Stage 2: the phone and hero pictures.
   if (capture) {
     JSONValue args = common;
-    auto html = backend_.core().stringWithDocs("pageHtml", docs, args);
+    auto html = backend_.core().stringWithDocs("pageHtml", docs, args, r.priority);
     if (!html) throw backend::Failure(backend::Response::text("Unknown page", 404));
     std::optional<std::pair<std::string, std::string>> hero;
     if (plan.withHero) {
@@ -200,7 +201,7 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
     const JSONValue phoneScale = catalog.value("phoneScale");
     PhoneCapture shot = renderer_.renderPhoneAndHero(
         *html, deviceSize(r.os), phoneScale.isNumber() ? *phoneScale.asNumber() : 3.0, hero,
-        r.background);
+        r.priority);
     backend::writeFileAtomically(phonePath, shot.phone);
     if (plan.withHero && shot.hero) backend::writeFileAtomically(heroPath, *shot.hero);
     JSONValue record;
@@ -228,7 +229,7 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   nameArgs["screenMtimeMs"] =
       screen ? JSONValue(backend::mtimeMs(*screen).value_or(0)) : JSONValue();
   nameArgs["calloutAspect"] = heroBytes ? JSONValue(backend::pngAspect(*heroBytes)) : JSONValue();
-  auto name = backend_.core().stringWithDocs("compositeName", docs, nameArgs);
+  auto name = backend_.core().stringWithDocs("compositeName", docs, nameArgs, r.priority);
   const std::string filename = name ? *name : "composite-" + r.set + "-" + r.page + ".png";
   CompositeResult result{output / filename, filename,
                          output / replaceAll(filename, ".png", ".thumb.jpg"), false};
@@ -238,14 +239,8 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
     result.ready = fileThere(result.thumbPath);
     return result;
   }
-  bool needPng, needThumb;
-  if (r.thumbOnly) {
-    needPng = false;
-    needThumb = r.fresh || !fileThere(result.thumbPath);
-  } else {
-    needPng = r.fresh || !fileThere(result.path);
-    needThumb = r.fresh || !fileThere(result.thumbPath);
-  }
+  const bool needPng = !r.thumbOnly && (r.fresh || !fileThere(result.path));
+  const bool needThumb = r.fresh || !fileThere(result.thumbPath);
   if (!needPng && !needThumb) {
     result.ready = true;
     return result;
@@ -275,7 +270,7 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   htmlArgs["layerUris"] = layerUris(r.set, plan.style);
   htmlArgs["pageLabel"] = row ? row->label : r.page;
   const std::string html =
-      backend_.core().stringWithDocs("compositeHtml", docs, htmlArgs).value_or("");
+      backend_.core().stringWithDocs("compositeHtml", docs, htmlArgs, r.priority).value_or("");
   const CSSSize canvas = canvasSize(r.os);
 
   // Stage 6: one load, one flattening, both outputs.
@@ -285,7 +280,7 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   const double thumbW = needThumb ? (thumbValue.isNumber() ? *thumbValue.asNumber() : 400.0) : 0;
   std::string png, jpeg;
   {
-    HTMLRenderer::Lease slot = renderer_.acquire(r.background);
+    HTMLRenderer::Lease slot = renderer_.acquire(r.priority);
     slot->load(html, {canvas.width + 2 * Effects::M, canvas.height + 2 * Effects::M});
     Effects::flatten(*slot, canvas, std::max(pngScale, thumbW / canvas.width));
     const Rect area{Effects::M, Effects::M, canvas.width, canvas.height};

@@ -42,10 +42,11 @@ struct CompositeResult {
 
 struct CompositeRequest {
   std::string set = "default", page = "home", os = "android", theme = "dark", locale = "en";
-  bool fresh = false;       // redo the stages even if files exist
-  bool background = false;  // background work: slots only when no foreground work waits
-  bool check = false;       // render nothing, only tell what is there
-  bool thumbOnly = false;   // the thumbnail is wanted, not the PNG
+  bool fresh = false;      // redo the stages even if files exist
+  bool check = false;      // render nothing, only tell what is there
+  bool thumbOnly = false;  // the thumbnail is wanted, not the PNG
+  // Background work gets slots and the script only when no interactive work waits.
+  platform::Priority priority = platform::Priority::interactive;
 };
 
 // Makes the finished store image of a page and its thumbnail in the render

@@ -101,15 +101,31 @@ std::optional<fs::path> CoreJS::mapScriptPath(const std::string& path) const {
   return fs::path(assetsRoot_->string() + "/" + rest);
 }
 
-platform::JSContext& CoreJS::ensureContext() {
-  if (context_) return *context_;
-  if (loadError_) std::rethrow_exception(loadError_);
-  std::optional<std::vector<ScriptPart>> parts;
-  if (resourceDir_ && assetsRoot_) parts = readScript(*resourceDir_);
-  if (!parts) {
-    loadError_ = std::make_exception_ptr(CoreError::missingBundle());
+CoreJS::Lane& CoreJS::laneFor(platform::Priority priority) {
+  return priority == platform::Priority::background ? background_ : interactive_;
+}
+
+platform::JSContext& CoreJS::ensureContext(Lane& lane) {
+  if (lane.context) return *lane.context;
+  {
+    std::lock_guard guard(loadErrorLock_);
+    if (loadError_) std::rethrow_exception(loadError_);
+  }
+  try {
+    lane.context = loadContext();
+  } catch (const CoreError&) {
+    // Kept for good: a script that failed to load would fail the same way again.
+    std::lock_guard guard(loadErrorLock_);
+    if (!loadError_) loadError_ = std::current_exception();
     std::rethrow_exception(loadError_);
   }
+  return *lane.context;
+}
+
+std::unique_ptr<platform::JSContext> CoreJS::loadContext() {
+  std::optional<std::vector<ScriptPart>> parts;
+  if (resourceDir_ && assetsRoot_) parts = readScript(*resourceDir_);
+  if (!parts) throw CoreError::missingBundle();
   auto context = std::make_unique<platform::JSContext>();
   context->setHostObject(
       "__vellsHost", {{"read",
@@ -134,18 +150,16 @@ platform::JSContext& CoreJS::ensureContext() {
       context->evaluate(part.text, "file://" + part.file.string());
   } catch (const platform::ScriptException& e) {
     const std::string text = e.what();
-    loadError_ = std::make_exception_ptr(
-        CoreError::exception(text.empty() ? "load failed" : text, e.where()));
-    std::rethrow_exception(loadError_);
+    throw CoreError::exception(text.empty() ? "load failed" : text, e.where());
   }
-  context_ = std::move(context);
-  return *context_;
+  return context;
 }
 
-std::optional<std::string> CoreJS::invoke(const std::string& name, const std::string& argsJSON) {
-  platform::JSContext& context = ensureContext();
+std::optional<std::string> CoreJS::invoke(Lane& lane, const std::string& name,
+                                          const platform::ScriptText& argsJSON) {
+  platform::JSContext& context = ensureContext(lane);
   try {
-    return context.callMethod("VellsCore", "call", {name, argsJSON});
+    return context.callMethod("VellsCore", "call", {platform::ScriptText(name), argsJSON});
   } catch (const platform::ScriptException& e) {
     const std::string text = e.what();
     throw CoreError::exception(text.empty() ? name : text, e.where());
@@ -153,22 +167,35 @@ std::optional<std::string> CoreJS::invoke(const std::string& name, const std::st
 }
 
 std::optional<std::string> CoreJS::callRaw(const std::string& name, const JSONValue& args,
-                                           const Documents* docs) {
-  std::lock_guard guard(mutex_);
-  if (!docs) return invoke(name, args.dump());
+                                           const Documents* docs, platform::Priority priority) {
+  // Arguments run to megabytes (inlined pictures): written out before the
+  // lane is taken, so only the script's own run holds it.
+  Lane& lane = laneFor(priority);
+  if (!docs) {
+    const platform::ScriptText argsJSON(args.dump());
+    std::lock_guard guard(lane.mutex);
+    return invoke(lane, name, argsJSON);
+  }
   JSONValue withKey = args.isObject() ? args : JSONValue::Object{};
   withKey["__docs"] = docs->key();
-  const std::string argsJSON = withKey.dump();
-  try {
-    return invoke(name, argsJSON);
-  } catch (const CoreError& e) {
-    if (std::string_view(e.what()).find(kDocsMissing) == std::string_view::npos) throw;
+  const platform::ScriptText argsJSON(withKey.dump());
+  {
+    std::lock_guard guard(lane.mutex);
+    try {
+      return invoke(lane, name, argsJSON);
+    } catch (const CoreError& e) {
+      if (std::string_view(e.what()).find(kDocsMissing) == std::string_view::npos) throw;
+    }
   }
-  invoke("__rememberDocs",
-         JSONValue(JSONValue::Object{
-                       {"key", docs->key()}, {"texts", docs->texts()}, {"styles", docs->styles()}})
-             .dump());
-  return invoke(name, argsJSON);
+  // The context doesn't hold these documents yet. Another caller may hand
+  // them over meanwhile; a second copy under the same key is harmless.
+  const platform::ScriptText remember(
+      JSONValue(JSONValue::Object{
+                    {"key", docs->key()}, {"texts", docs->texts()}, {"styles", docs->styles()}})
+          .dump());
+  std::lock_guard guard(lane.mutex);
+  invoke(lane, "__rememberDocs", remember);
+  return invoke(lane, name, argsJSON);
 }
 
 std::optional<JSONValue> CoreJS::parseResult(const std::optional<std::string>& text) {
@@ -179,7 +206,7 @@ std::optional<JSONValue> CoreJS::parseResult(const std::optional<std::string>& t
 }
 
 std::optional<JSONValue> CoreJS::callJSON(const std::string& name, const JSONValue& args) {
-  return parseResult(callRaw(name, args, nullptr));
+  return parseResult(callRaw(name, args, nullptr, platform::Priority::interactive));
 }
 
 std::optional<std::string> CoreJS::string(const std::string& name, const JSONValue& args) {
@@ -189,8 +216,8 @@ std::optional<std::string> CoreJS::string(const std::string& name, const JSONVal
 }
 
 std::optional<JSONValue> CoreJS::callWithDocs(const std::string& name, const Documents& docs,
-                                              const JSONValue& args) {
-  return parseResult(callRaw(name, args, &docs));
+                                              const JSONValue& args, platform::Priority priority) {
+  return parseResult(callRaw(name, args, &docs, priority));
 }
 
 std::shared_ptr<const JSONValue::Object> CoreJS::catalog() {

@@ -61,7 +61,7 @@ int HTMLRenderer::waitingCount() const {
   return static_cast<int>(waiters_.size() + backgroundWaiters_.size());
 }
 
-HTMLRenderer::Lease HTMLRenderer::acquire(bool background) {
+HTMLRenderer::Lease HTMLRenderer::acquire(platform::Priority priority) {
   std::unique_lock lock(mutex_);
   if (!idle_.empty()) {
     auto slot = std::move(idle_.back());  // the most recently used page is the warmest
@@ -80,7 +80,7 @@ HTMLRenderer::Lease HTMLRenderer::acquire(bool background) {
     }
   }
   auto waiter = std::make_shared<Waiter>();
-  (background ? backgroundWaiters_ : waiters_).push_back(waiter);
+  (priority == platform::Priority::background ? backgroundWaiters_ : waiters_).push_back(waiter);
   handedOver_.wait(lock, [&] { return waiter->slot != nullptr; });
   return Lease(*this, std::move(waiter->slot));
 }
@@ -111,8 +111,8 @@ Rect deviceRect(RenderSlot& slot) {
 
 PhoneCapture HTMLRenderer::renderPhoneAndHero(
     const std::string& html, CSSSize size, double scale,
-    const std::optional<std::pair<std::string, std::string>>& hero, bool background) {
-  Lease slot = acquire(background);
+    const std::optional<std::pair<std::string, std::string>>& hero, platform::Priority priority) {
+  Lease slot = acquire(priority);
   slot->load(html, size);
   slot->run(
       "document.documentElement.style.background = 'transparent';\n"
@@ -147,7 +147,7 @@ PhoneCapture HTMLRenderer::renderPhoneAndHero(
 }
 
 std::string HTMLRenderer::renderDevice(const std::string& html, CSSSize size, double scale) {
-  Lease slot = acquire(false);
+  Lease slot = acquire(platform::Priority::interactive);
   slot->load(html, size);
   const Rect device = deviceRect(*slot);
   return slot->capturePNG(device, scale * device.width, false);
@@ -155,7 +155,7 @@ std::string HTMLRenderer::renderDevice(const std::string& html, CSSSize size, do
 
 std::string HTMLRenderer::measureText(const std::string& html, CSSSize size,
                                       const std::string& script) {
-  Lease slot = acquire(false);
+  Lease slot = acquire(platform::Priority::interactive);
   slot->load(html, size);
   JSONValue result = slot->run(script);
   return result.isObject() ? result.dump() : "{}";

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/work/priority.h"
 #include "rendering/render_types.h"
 
 namespace vells::platform {
@@ -41,8 +42,11 @@ struct PhoneCapture {
   std::optional<HeroRect> heroRect;
 };
 
-// The pool of browser pages every render goes through. Foreground work always
+// The pool of browser pages every render goes through. Interactive work always
 // gets a freed slot before background work. Safe from any thread.
+//
+// Blocking: acquire() waits until a slot is free (or made); the render calls
+// wait for a slot and then for the browser, each step within its time limit.
 class HTMLRenderer {
  public:
   using SlotFactory = std::function<std::unique_ptr<RenderSlot>()>;
@@ -74,16 +78,16 @@ class HTMLRenderer {
   static int defaultMaxSlots(unsigned processors);
   static int defaultMaxSlots();
 
-  Lease acquire(bool background);
+  Lease acquire(platform::Priority priority);
   int maxSlots() const { return maxSlots_; }
   int slotCount() const;
   int idleCount() const;
-  // Acquirers waiting for a slot, foreground and background together.
+  // Acquirers waiting for a slot, interactive and background together.
   int waitingCount() const;
 
   PhoneCapture renderPhoneAndHero(const std::string& html, CSSSize size, double scale,
                                   const std::optional<std::pair<std::string, std::string>>& hero,
-                                  bool background);
+                                  platform::Priority priority);
   std::string renderDevice(const std::string& html, CSSSize size, double scale);
   // Runs `script` (an async function body) in the loaded page and answers its
   // result as a JSON object's text; `{}` when it isn't an object.

@@ -7,19 +7,18 @@
 #include "backend/request_params.h"
 #include "backend/sets.h"
 #include "rendering/composite.h"
-#include "rendering/warm_jobs.h"
 
 namespace vells::routes {
 
 using rendering::CompositeRequest;
 using rendering::Compositor;
 using rendering::HTMLRenderer;
-using rendering::WarmJobs;
 
 namespace fs = std::filesystem;
 using backend::LocalBackend;
 using backend::Request;
 using backend::Response;
+using platform::Priority;
 
 namespace {
 
@@ -65,35 +64,50 @@ Response galleryStatus(HTMLRenderer& renderer, LocalBackend& b, const Request& r
 }
 
 // Thumbnails (and the captures they need) of every page in every locale, one
-// after another, so a job holds at most one slot.
-void warmAll(HTMLRenderer& renderer, LocalBackend& b, const CacheQuery& q,
-             const std::vector<std::string>& locales, const std::vector<std::string>& pages,
-             bool interactive, const WarmJobs::ShouldStop& shouldStop) {
-  Compositor c(b, renderer);
-  CompositeRequest cr = q.composite();
-  cr.background = !interactive;
-  cr.thumbOnly = true;
-  for (const auto& locale : locales) {
-    for (const auto& page : pages) {
-      if (shouldStop()) return;
-      cr.locale = locale;
-      cr.page = page;
-      // One failing page must not keep the rest of the set cold; nobody
-      // waits for this answer, so the log is where the failure goes.
-      try {
-        c.composite(cr);
-      } catch (const std::exception& e) {
-        b.log().warning("Couldn't prepare " + page + " (" + locale + ", " + q.os + ", " + q.theme +
-                        ") of the set " + q.set + ": " + e.what());
-      } catch (...) {
-        b.log().warning("Couldn't prepare " + page + " (" + locale + ") of the set " + q.set +
-                        ": an unexpected error stopped it.");
-      }
-    }
+// task after another on the backend's executor, so a job holds at most one
+// slot and interactive work queued meanwhile goes between its pages.
+struct WarmJob {
+  HTMLRenderer& renderer;
+  LocalBackend& backend;
+  CacheQuery query;
+  std::vector<std::string> locales, pages;
+  Priority priority;
+  std::size_t next = 0;  // only the job's current task touches it
+
+  void forget() const {
+    std::lock_guard<std::mutex> guard(backend.lock());
+    backend.warming().erase(query.key());
   }
+};
+
+void warmNext(const std::shared_ptr<WarmJob>& job, const std::stop_token& stop) {
+  const std::size_t total = job->locales.size() * job->pages.size();
+  if (!stop.stop_requested() && job->next < total) {
+    CompositeRequest cr = job->query.composite();
+    cr.priority = job->priority;
+    cr.thumbOnly = true;
+    cr.locale = job->locales[job->next / job->pages.size()];
+    cr.page = job->pages[job->next % job->pages.size()];
+    ++job->next;
+    // One failing page must not keep the rest of the set cold; nobody
+    // waits for this answer, so the log is where the failure goes.
+    const CacheQuery& q = job->query;
+    try {
+      Compositor(job->backend, job->renderer).composite(cr);
+    } catch (const std::exception& e) {
+      job->backend.log().warning("Couldn't prepare " + cr.page + " (" + cr.locale + ", " + q.os +
+                                 ", " + q.theme + ") of the set " + q.set + ": " + e.what());
+    } catch (...) {
+      job->backend.log().warning("Couldn't prepare " + cr.page + " (" + cr.locale +
+                                 ") of the set " + q.set + ": an unexpected error stopped it.");
+    }
+    auto rest = [job](const std::stop_token& s) { warmNext(job, s); };
+    if (job->next < total && job->backend.work().post(job->priority, std::move(rest))) return;
+  }
+  job->forget();
 }
 
-Response warm(HTMLRenderer& renderer, WarmJobs& jobs, LocalBackend& b, const Request& request) {
+Response warm(HTMLRenderer& renderer, LocalBackend& b, const Request& request) {
   const CacheQuery q(request);
   const std::string key = q.key();
   {
@@ -101,33 +115,21 @@ Response warm(HTMLRenderer& renderer, WarmJobs& jobs, LocalBackend& b, const Req
     if (!b.warming().insert(key).second)
       return Response::json(JSONValue::Object{{"started", false}, {"reason", "already warming"}});
   }
-  auto forget = [&b, key] {
-    std::lock_guard<std::mutex> guard(b.lock());
-    b.warming().erase(key);
-  };
-  std::vector<std::string> locales;
-  std::vector<std::string> pages;
+  const Priority priority =
+      request.param("priority") == "interactive" ? Priority::interactive : Priority::background;
+  auto job = std::make_shared<WarmJob>(WarmJob{renderer, b, q, {}, {}, priority});
   try {
-    locales = backend::localesOf(b, q.set);
+    job->locales = backend::localesOf(b, q.set);
     for (const auto& row : backend::pagesOf(b, q.set))
-      pages.push_back(row.id);
+      job->pages.push_back(row.id);
   } catch (...) {
-    forget();
+    job->forget();
     throw;
   }
-  const bool interactive = request.param("priority") == "interactive";
-  const auto combinations = static_cast<std::int64_t>(locales.size() * pages.size());
-  auto job = [&renderer, &b, q, locales, pages, interactive,
-              forget](const WarmJobs::ShouldStop& shouldStop) {
-    warmAll(renderer, b, q, locales, pages, interactive, shouldStop);
-    forget();
-  };
-  try {
-    jobs.start(interactive ? WarmJobs::Priority::interactive : WarmJobs::Priority::utility,
-               std::move(job));
-  } catch (...) {
-    forget();  // a job that never ran must not block the next warm-up
-    throw;
+  const auto combinations = static_cast<std::int64_t>(job->locales.size() * job->pages.size());
+  if (!b.work().post(priority, [job](const std::stop_token& s) { warmNext(job, s); })) {
+    job->forget();  // a job that never ran must not block the next warm-up
+    throw std::runtime_error("The library is closing; warm-ups are no longer started.");
   }
   return Response::json(JSONValue::Object{{"started", true}, {"combinations", combinations}});
 }
@@ -157,15 +159,11 @@ Response regenerate(LocalBackend& b, const Request& request) {
 }  // namespace
 
 std::vector<backend::Route> cacheRoutes(HTMLRenderer& renderer) {
-  // Shared by every copy of the route table; its end waits for running jobs.
-  auto jobs = std::make_shared<WarmJobs>();
   return {
       {"GET", "/api/gallery-status",
        [&renderer](LocalBackend& b, const Request& r) { return galleryStatus(renderer, b, r); }},
       {"POST", "/api/warm",
-       [&renderer, jobs](LocalBackend& b, const Request& r) {
-         return warm(renderer, *jobs, b, r);
-       }},
+       [&renderer](LocalBackend& b, const Request& r) { return warm(renderer, b, r); }},
       {"POST", "/api/regenerate", &regenerate}};
 }
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <string>
 #include <vector>
 
 #include "backend/routes.h"
@@ -13,11 +11,8 @@ namespace vells::routes {
 // render cache, filling it in the background, and emptying a set's share.
 std::vector<backend::Route> cacheRoutes(rendering::HTMLRenderer& renderer);
 
-// An archive entry's name: the folder ("" or "<locale>/"), the 1-based place
-// with at least two digits, the page id.
-std::string exportEntryName(const std::string& folder, std::size_t place, const std::string& page);
-
-// /api/download-all: a set's finished images as one ZIP archive.
+// /api/download-all: a set's finished images as one ZIP archive, made by the
+// export service.
 std::vector<backend::Route> exportRoutes(rendering::HTMLRenderer& renderer);
 
 }  // namespace vells::routes

@@ -43,7 +43,7 @@ CSSSize deviceSize(LocalBackend& backend, const std::string& os) {
 // One render of the whole viewport; the lease goes back to the pool on every path.
 std::string capture(HTMLRenderer& renderer, const std::string& html, CSSSize size, double scale,
                     bool opaque) {
-  HTMLRenderer::Lease slot = renderer.acquire(false);
+  HTMLRenderer::Lease slot = renderer.acquire(platform::Priority::interactive);
   slot->load(html, size);
   std::string png =
       slot->capturePNG(Rect{0, 0, size.width, size.height}, scale * size.width, opaque);

@@ -20,8 +20,10 @@ LocalService makeLocalService(LocalServiceOptions options) {
   LocalService service;
   service.core = std::make_shared<rendering::CoreJS>(std::move(options.resourceDir));
   service.renderer = std::make_unique<rendering::HTMLRenderer>(options.maxSlots);
+  // One background worker per render slot keeps every slot busy.
   service.backend = std::make_unique<backend::LocalBackend>(
-      std::move(options.library), service.core, renderingRoutes(*service.renderer));
+      std::move(options.library), service.core, renderingRoutes(*service.renderer),
+      service.renderer->maxSlots());
   return service;
 }
 

@@ -45,28 +45,12 @@ struct PageQuery {
   }
 };
 
-std::string percentEncode(const std::string& s) {
-  static constexpr char hex[] = "0123456789ABCDEF";
-  std::string out;
-  for (unsigned char c : s) {
-    if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
-        c == '_' || c == '.' || c == '~') {
-      out.push_back(static_cast<char>(c));
-    } else {
-      out += '%';
-      out += hex[c >> 4];
-      out += hex[c & 15];
-    }
-  }
-  return out;
-}
-
 std::string url(const std::string& path,
                 const std::vector<std::pair<std::string, std::string>>& q) {
   std::string out = path;
   char sep = '?';
   for (const auto& [k, v] : q) {
-    out += sep + k + "=" + percentEncode(v);
+    out += sep + k + "=" + backend::percentEncode(v);
     sep = '&';
   }
   return out;

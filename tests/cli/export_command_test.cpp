@@ -26,7 +26,7 @@ class ExportCommand : public ::testing::Test {
   int run(std::vector<std::string> args) {
     out.str("");
     err.str("");
-    return cli::exportCommand(args, *b, 2, out, err);
+    return cli::exportCommand(args, *b, renderer, out, err);
   }
 
   rendering::HTMLRenderer renderer{2};

@@ -1,5 +1,9 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <future>
 #include <thread>
 
 #include "backend/test_support.h"
@@ -261,6 +265,46 @@ TEST_F(Host, ManyThreadsShareOneContext) {
   for (auto& th : threads)
     th.join();
   EXPECT_EQ(ok.load(), 300);
+}
+
+// The background call reads a named pipe the test holds: it stays inside the
+// script until the test writes, and the test knows it is there because
+// opening the pipe for writing succeeds only once the script has opened it.
+TEST_F(Host, AnInteractiveCallIsNotHeldBehindABackgroundOne) {
+  script(R"JS(
+var VellsCore = {
+  call(name, argsJson) {
+    if (name === "wait") return JSON.stringify(__vellsHost.read("/core/assets/latch", "utf8"));
+    if (name === "ping") return JSON.stringify("pong");
+    throw new Error("Unknown function: " + name);
+  }
+};
+)JS");
+  const fs::path latch = dir.path() / "assets" / "latch";
+  fs::create_directories(latch.parent_path());
+  ASSERT_EQ(::mkfifo(latch.c_str(), 0600), 0);
+  CoreJS core(dir.path());
+  const Documents docs("{}", "{}");
+
+  auto background = std::async(std::launch::async, [&] {
+    return core.callWithDocs("wait", docs, JSONValue::Object{}, platform::Priority::background);
+  });
+  int writer = -1;
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (writer < 0 && std::chrono::steady_clock::now() < limit &&
+         background.wait_for(std::chrono::milliseconds(5)) != std::future_status::ready) {
+    writer = ::open(latch.c_str(), O_WRONLY | O_NONBLOCK);  // ENXIO until the script reads
+  }
+  ASSERT_GE(writer, 0) << "the background call never reached the latch";
+
+  auto interactive = std::async(std::launch::async, [&] { return core.callJSON("ping", {}); });
+  const bool answered = interactive.wait_for(std::chrono::seconds(60)) == std::future_status::ready;
+  // Let the background call go either way, so a failure ends instead of hanging.
+  EXPECT_EQ(::write(writer, "open", 4), 4);
+  ::close(writer);
+  EXPECT_TRUE(answered) << "the interactive call waited for the background one";
+  EXPECT_EQ(interactive.get(), JSONValue("pong"));
+  EXPECT_EQ(background.get(), JSONValue("open"));
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ class EffectsInBrowser : public ::testing::Test {
 
   // Loads `html` as flatten() expects it: the view grown by the margin, the page opened.
   static HTMLRenderer::Lease open(const std::string& html, CSSSize canvas) {
-    auto slot = renderer->acquire(false);
+    auto slot = renderer->acquire(platform::Priority::interactive);
     slot->load(html, {canvas.width + 2 * kM, canvas.height + 2 * kM});
     slot->run(Effects::script());
     slot->run("__fx.open()");

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "backend/test_support.h"
+#include "rendering/export_service.h"
 #include "rendering/fixture_backend.h"
 #include "routes/cache_routes.h"
 #include "routes/page_routes.h"
@@ -123,6 +124,52 @@ TEST_F(Export, AFailedRenderFailsTheWholeDownload) {
       200);
   EXPECT_EQ(entries(call(*b, "GET", "/api/download-all?set=default&os=ios&theme=light")),
             "en/01-home.png\nen/02-bare.png\nde/01-home.png\nde/02-bare.png\n");
+}
+
+TEST_F(Export, TheServiceTellsEachImageInArchiveOrderOnTheCallersThread) {
+  ASSERT_EQ(call(*b, "POST", "/api/order?set=default", R"({"de":["bare","home"]})").status, 200);
+  std::vector<std::string> told;
+  std::vector<std::thread::id> threads;
+  rendering::ExportService service(*b, *renderer);
+  const auto archive = service.run({"default", "ios", "light", ""}, [&](const auto& p) {
+    told.push_back(std::to_string(p.done) + "/" + std::to_string(p.total) + " " + p.locale + " " +
+                   p.page +
+                   (p.outcome == rendering::ExportProgress::Outcome::added ? "" : " left out"));
+    threads.push_back(std::this_thread::get_id());
+  });
+  EXPECT_EQ(told,
+            (std::vector<std::string>{"1/4 en home", "2/4 en bare", "3/4 de bare", "4/4 de home"}));
+  EXPECT_EQ(threads, std::vector<std::thread::id>(4, std::this_thread::get_id()));
+  EXPECT_EQ(archive.entries, 4u);
+  EXPECT_EQ(archive.fileName, "default-ios-light.zip");
+  backend::Response asRoute;
+  asRoute.body = archive.bytes;
+  EXPECT_EQ(entries(asRoute), "en/01-home.png\nen/02-bare.png\nde/01-bare.png\nde/02-home.png\n");
+}
+
+TEST_F(Export, AStoppedExportEndsWithoutAnArchive) {
+  rendering::ExportService service(*b, *renderer);
+  // Asked before it begins: nothing is rendered.
+  std::stop_source early;
+  early.request_stop();
+  EXPECT_THROW(service.run({"default", "android", "light", ""}, {}, early.get_token()),
+               rendering::ExportStopped);
+  EXPECT_FALSE(fs::exists(b->library().output()) && !fs::is_empty(b->library().output()));
+
+  // Asked after the first image: no image is told after it.
+  std::stop_source stop;
+  int told = 0;
+  EXPECT_THROW(service.run(
+                   {"default", "ios", "dark", ""},
+                   [&](const auto&) {
+                     ++told;
+                     stop.request_stop();
+                   },
+                   stop.get_token()),
+               rendering::ExportStopped);
+  EXPECT_EQ(told, 1);
+  // The service is whole again afterwards.
+  EXPECT_EQ(service.run({"default", "ios", "dark", "en"}).entries, 2u);
 }
 
 TEST_F(Export, RegenerateRemovesOnlyThisSetsOsAndTheme) {

@@ -25,22 +25,25 @@ class InertSlot : public RenderSlot {
 TEST(RenderPool, IdleSlotsLastInFirstOutAndForegroundWaitersFirst) {
   int made = 0;
   HTMLRenderer pool(2, [&] { return ++made, std::make_unique<InertSlot>(); });
-  std::optional<HTMLRenderer::Lease> held(pool.acquire(false)), other(pool.acquire(true));
+  std::optional<HTMLRenderer::Lease> held(pool.acquire(platform::Priority::interactive)),
+      other(pool.acquire(platform::Priority::background));
   RenderSlot* last = &**other;
   held.reset();
   other.reset();  // the last one in is the first out
-  held.emplace(pool.acquire(false));
-  other.emplace(pool.acquire(false));
+  held.emplace(pool.acquire(platform::Priority::interactive));
+  other.emplace(pool.acquire(platform::Priority::interactive));
   EXPECT_EQ(&**held, last);
   EXPECT_EQ(made, 2);
 
   std::vector<std::string> order;
   std::mutex orderMutex;
   std::vector<std::thread> waiters;
-  for (auto [background, name] :
-       {std::pair{true, "background 1"}, {true, "background 2"}, {false, "foreground"}}) {
-    waiters.emplace_back([&, background, name] {
-      auto lease = pool.acquire(background);
+  using platform::Priority;
+  for (auto [priority, name] : {std::pair{Priority::background, "background 1"},
+                                {Priority::background, "background 2"},
+                                {Priority::interactive, "foreground"}}) {
+    waiters.emplace_back([&, priority, name] {
+      auto lease = pool.acquire(priority);
       std::lock_guard g(orderMutex);
       order.push_back(name);
     });
@@ -87,7 +90,7 @@ constexpr const char* kPhone = R"(<!doctype html><html><body style="margin:0">
 const auto kHero = std::make_pair("[data-vell=\"hero\"]", "[data-vell=\"hero\"]");
 
 TEST_F(Browser, CapturesScriptsAndReloads) {
-  auto slot = renderer->acquire(false);
+  auto slot = renderer->acquire(platform::Priority::interactive);
   slot->load(kPhone, {200, 300});
   const Rect device{10, 20, 100, 200};
   ASSERT_EQ(slot->rect("\"#device\""), device);
@@ -119,7 +122,8 @@ TEST_F(Browser, CapturesScriptsAndReloads) {
 }
 
 TEST_F(Browser, PhoneAndHero) {
-  PhoneCapture c = renderer->renderPhoneAndHero(kPhone, {200, 300}, 2, kHero, false);
+  PhoneCapture c =
+      renderer->renderPhoneAndHero(kPhone, {200, 300}, 2, kHero, platform::Priority::interactive);
   EXPECT_EQ(decode(c.phone).at<cv::Vec4b>(280, 100)[3], 0);  // hero hidden in the phone picture
   ASSERT_TRUE(c.hero && c.heroRect);
   EXPECT_EQ(c.heroRect->rect, (Rect{20, 140, 80, 40}));
@@ -130,7 +134,8 @@ TEST_F(Browser, PhoneAndHero) {
 
   std::string flat = kPhone;
   flat.replace(flat.find("height:40px"), 11, "height:0px");
-  PhoneCapture noHero = renderer->renderPhoneAndHero(flat, {200, 300}, 1, kHero, true);
+  PhoneCapture noHero =
+      renderer->renderPhoneAndHero(flat, {200, 300}, 1, kHero, platform::Priority::background);
   EXPECT_FALSE(noHero.hero || noHero.heroRect);  // no height: no hero, and no failure
 
   const auto noDevice = thrown([&] { renderer->renderDevice("<p>none</p>", {100, 100}, 1); });
@@ -139,7 +144,7 @@ TEST_F(Browser, PhoneAndHero) {
 }
 
 TEST_F(Browser, CrashDuringLoadThenARecovery) {
-  auto lease = renderer->acquire(false);
+  auto lease = renderer->acquire(platform::Priority::interactive);
   auto* slot = dynamic_cast<BrowserSlot*>(&*lease);
   ASSERT_NE(slot, nullptr);
   slot->load("<p>warm</p>", {100, 100});

@@ -144,7 +144,8 @@ class PageDesigns : public ::testing::Test {
     const auto& cat = *core().catalog();
     const std::pair<std::string, std::string> selectors{*cat.at("heroSelector").asString(),
                                                         *cat.at("heroHideSelector").asString()};
-    return renderer->renderPhoneAndHero(html, deviceSize(os), 3, selectors, false);
+    return renderer->renderPhoneAndHero(html, deviceSize(os), 3, selectors,
+                                        platform::Priority::interactive);
   }
 
   // Gives the store image the phone and hero pictures the composite pipeline captures.
@@ -225,7 +226,7 @@ TEST_F(PageDesigns, EveryScreenFitsItsDevice) {
     }
     return {box: [r.x, r.y, r.width, r.height], bad};
   )";
-  auto slot = renderer->acquire(false);
+  auto slot = renderer->acquire(platform::Priority::interactive);
   for (const auto& page : kPages) {
     for (const auto& os : kOses) {
       for (const std::string theme : {"dark", "light"}) {
@@ -319,7 +320,7 @@ TEST_F(PageDesigns, StoreImageShowsTitleAndPhone) {
     StoreArgs a{.page = "insights", .os = os, .theme = "light"};
     a.texts = titleTexts("insights", "en", "See your *progress* grow");
     addPhone(a);
-    auto slot = renderer->acquire(false);
+    auto slot = renderer->acquire(platform::Priority::interactive);
     slot->load(compositeHtml(a), canvasSize(os));
     const JSONValue m = slot->run(kMeasure);
     const cv::Mat img = capture(slot, os, 2);
@@ -354,7 +355,7 @@ TEST_F(PageDesigns, LayersStackAroundThePhone) {
   a.styles = JSONValue(JSONValue::Object{{"home", JSONValue::Object{{"layers", layers}}}}).dump();
   a.layerUris = JSONValue::Object{
       {"dot.png", "data:image/png;base64," + platform::base64Encode(encodePNG(dot))}};
-  auto slot = renderer->acquire(false);
+  auto slot = renderer->acquire(platform::Priority::interactive);
   slot->load(compositeHtml(a), canvasSize("ios"));
   const JSONValue r = slot->run(R"(
     const ids = [...document.querySelectorAll('[data-vell-layer]')].map(e => e.getAttribute('data-vell-layer') + ':' + e.tagName);
@@ -385,7 +386,7 @@ TEST_F(PageDesigns, EveryScriptIsDrawnWithRealGlyphs) {
       {"ja", "続く習慣を\n*毎日*", "\uE000\uE001\uE002\n*\uE003*", "Nunito"},
       {"de", "Übung für *Größe*", "\uE000bung f\uE001r *Gr\uE002\uE003e*", "Nunito"},
       {"en", "Grow 🌱 *daily*", "Grow \uE000 *daily*", "Nunito"}};
-  auto slot = renderer->acquire(false);
+  auto slot = renderer->acquire(platform::Priority::interactive);
   for (const auto& c : cases) {
     JSONValue m;
     auto title = [&](const std::string& text) {
@@ -495,7 +496,7 @@ TEST_F(PageDesigns, DISABLED_ContactSheet) {
       a.texts = titleTexts(page, row.locale, pages[pi].second[ri]);
       a.styles = JSONValue(JSONValue::Object{{page, style}}).dump();
       addPhone(a);
-      auto slot = renderer->acquire(false);
+      auto slot = renderer->acquire(platform::Priority::interactive);
       slot->load(compositeHtml(a), canvasSize(row.os));
       const cv::Mat full = capture(slot, row.os, 2);
       keep("sheet-" + page + "-" + row.os + "-" + row.theme + "-" + row.locale + ".png",

@@ -5,8 +5,8 @@
 #include <fstream>
 
 #include "backend/test_support.h"
+#include "rendering/export_service.h"
 #include "rendering/zip_writer.h"
-#include "routes/cache_routes.h"
 
 namespace vells::testing {
 namespace {
@@ -100,9 +100,9 @@ TEST(ZipWriter, HeadersCarryUtf8NamesAndSizesAndReadBack) {
 }
 
 TEST(ExportEntryName, NumbersHaveTwoDigitsAtLeastAndAreNeverCut) {
-  EXPECT_EQ(routes::exportEntryName("", 1, "home"), "01-home.png");
-  EXPECT_EQ(routes::exportEntryName("pt-BR/", 12, "focus"), "pt-BR/12-focus.png");
-  EXPECT_EQ(routes::exportEntryName("en/", 100, "home"), "en/100-home.png");
+  EXPECT_EQ(rendering::exportEntryName("", 1, "home"), "01-home.png");
+  EXPECT_EQ(rendering::exportEntryName("pt-BR/", 12, "focus"), "pt-BR/12-focus.png");
+  EXPECT_EQ(rendering::exportEntryName("en/", 100, "home"), "en/100-home.png");
 }
 
 }  // namespace

@@ -124,6 +124,14 @@ void finalizeHost(JSObjectRef object) {
 
 }  // namespace
 
+ScriptText::ScriptText(std::string_view utf8) : ref_(makeString(utf8)) {}
+
+ScriptText::~ScriptText() {
+  JSStringRelease(ref_);
+}
+
+ScriptText::ScriptText(const ScriptText& other) : ref_(JSStringRetain(other.ref_)) {}
+
 struct JSContext::Impl {
   JSGlobalContextRef ctx = nullptr;
   JSClassRef callableClass = nullptr;
@@ -170,7 +178,7 @@ void JSContext::evaluate(std::string_view source, const std::string& sourceURL) 
 
 std::optional<std::string> JSContext::callMethod(const std::string& objectName,
                                                  const std::string& method,
-                                                 const std::vector<std::string>& args) {
+                                                 const std::vector<ScriptText>& args) {
   JSContextRef ctx = impl_->ctx;
   JSValueRef exception = nullptr;
   StringRef objectKey(objectName);
@@ -186,7 +194,6 @@ std::optional<std::string> JSContext::callMethod(const std::string& objectName,
   if (!fn || !JSObjectIsFunction(ctx, fn)) {
     throw ScriptException(objectName + "." + method + " is not a function");
   }
-  std::vector<std::unique_ptr<StringRef>> holders;
   std::vector<JSValueRef> argv;
   // The collector can't see values held in this vector: protect each one, or
   // making a large second argument may collect the first.
@@ -198,9 +205,8 @@ std::optional<std::string> JSContext::callMethod(const std::string& objectName,
         JSValueUnprotect(ctx, v);
     }
   } guard{ctx, argv};
-  for (const std::string& a : args) {
-    holders.push_back(std::make_unique<StringRef>(a));
-    JSValueRef v = JSValueMakeString(ctx, holders.back()->ref);
+  for (const ScriptText& a : args) {
+    JSValueRef v = JSValueMakeString(ctx, a.ref_);
     JSValueProtect(ctx, v);
     argv.push_back(v);
   }

@@ -9,7 +9,25 @@
 #include <vector>
 #include "platform/error.h"
 
+struct OpaqueJSString;
+
 namespace vells::platform {
+
+// Text made ready for the engine. The conversion from UTF-8 happens where it
+// is built, with no context involved, so a caller can pay for a large argument
+// before it takes the lock that guards a context. Immutable; may be handed
+// from one thread to another; a copy shares the text.
+class ScriptText {
+ public:
+  explicit ScriptText(std::string_view utf8);
+  ~ScriptText();
+  ScriptText(const ScriptText& other);
+  ScriptText& operator=(const ScriptText&) = delete;
+
+ private:
+  friend class JSContext;
+  OpaqueJSString* ref_;
+};
 
 // A script exception, with the script's own text ("TypeError: …").
 class ScriptException : public Error {
@@ -40,8 +58,12 @@ struct HostValue {
 // turned to text the way the script's String() would.
 using HostFunction = std::function<HostValue(const std::vector<std::string>& args)>;
 
-// One isolated JavaScriptCore global context. Not thread-safe by itself: the
-// owner serialises every entry.
+// One isolated JavaScriptCore global context, in a virtual machine of its own:
+// two contexts may run at once on two threads. Not thread-safe by itself: the
+// owner serialises every entry into one context.
+//
+// Blocking: evaluate() and callMethod() run the script on the calling thread
+// and return when it does.
 class JSContext {
  public:
   JSContext();
@@ -61,7 +83,7 @@ class JSContext {
   // text, absent for undefined or null. Throws ScriptException when the call
   // throws, or when the object or method is missing.
   std::optional<std::string> callMethod(const std::string& objectName, const std::string& method,
-                                        const std::vector<std::string>& args);
+                                        const std::vector<ScriptText>& args);
 
  private:
   struct Impl;

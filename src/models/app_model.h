@@ -1,0 +1,155 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QSettings>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "document/records.h"
+#include "models/api_client.h"
+#include "models/connection_state.h"
+
+namespace vells::models {
+
+class ImageStore;
+
+enum class Workspace { gallery, editor };
+
+// What the user is looking at — app, set, page, language, platform, theme,
+// gallery or editor — kept valid against the library, remembered in the
+// preferences, and the operations that change it. Main thread only.
+class AppModel : public QObject {
+  Q_OBJECT
+  Q_PROPERTY(int renderVersion READ renderVersion NOTIFY renderVersionChanged)
+  Q_PROPERTY(bool isCreatingSet READ isCreatingSet WRITE setCreatingSet NOTIFY isCreatingSetChanged)
+  Q_PROPERTY(QString activeSetName READ activeSetNameText NOTIFY activeSetChanged)
+
+ public:
+  // The reserved set id of an app's live store listing.
+  static constexpr std::string_view appStoreSet = "app-store";
+
+  // Reads the selection from `defaults`; makes no request until reconnect().
+  AppModel(APIClient& client, ImageStore& images, QSettings& defaults, QObject* parent = nullptr);
+
+  APIClient& client() { return client_; }
+  const ConnectionState& connection() const { return connection_; }
+  const std::optional<AppConfig>& config() const { return config_; }
+  const std::vector<SetPage>& pages() const { return pages_; }
+
+  Workspace workspace() const { return workspace_; }
+  void setWorkspace(Workspace workspace);
+  DeviceOS os() const { return os_; }
+  void setOs(DeviceOS os);
+  ThemeName theme() const { return theme_; }
+  void setTheme(ThemeName theme);
+  const std::optional<std::string>& activeApp() const { return activeApp_; }
+  void setActiveApp(std::optional<std::string> app);
+  const std::string& activeSet() const { return activeSet_; }
+  // A new value is remembered and brings its pages and a clamp.
+  void setActiveSet(const std::string& set);
+  const std::optional<std::string>& activePage() const { return activePage_; }
+  void setActivePage(std::optional<std::string> page);
+  const std::string& activeLocale() const { return activeLocale_; }
+  void setActiveLocale(const std::string& locale);
+  int renderVersion() const { return renderVersion_; }
+  bool isCreatingSet() const { return isCreatingSet_; }
+  void setCreatingSet(bool creating);
+
+  // --- derived from the config, the pages and the selection ---
+  std::vector<AppSummary> apps() const;
+  std::vector<VellSet> setsInActiveApp() const;
+  bool hasUnassignedSets() const;
+  std::vector<LocaleRef> activeSetLocales() const;
+  std::string activeSetName() const;
+  QString activeSetNameText() const { return QString::fromStdString(activeSetName()); }
+  bool canUseBuiltinPages() const;
+  std::optional<std::string> iconURL(const AppSummary* app) const;
+  std::vector<std::string> appStoreScreenshots(int width, const std::string& format) const;
+
+  // The folder of an app's source code, as the user chose it.
+  std::optional<std::string> codeFolder(const std::string& appId) const;
+  void setCodeFolder(const std::string& appId, const std::string& folder);
+
+  // --- operations ---
+  // Brings the library up and loads it: connecting, then online or offline.
+  void reconnect();
+  // Reloads the config, then the pages; a failure keeps the old config.
+  void refreshConfig(std::function<void()> then = {});
+  // Reloads the active set's pages (none on failure), then clamps.
+  void loadPages(std::function<void()> then = {});
+  void selectApp(std::optional<std::string> appId);
+  void createBlankSet(const std::string& name, QObject* receiver, Reply<Done> done);
+  void openNewApp(const std::string& appId, const std::string& name, QObject* receiver,
+                  Reply<Done> done);
+  void duplicateSet(const std::string& from, const std::string& name, QObject* receiver,
+                    Reply<VellSet> done);
+  void deleteSet(const std::string& id, QObject* receiver, Reply<Done> done);
+  void setLocales(const std::string& setId, const std::vector<std::string>& codes,
+                  QObject* receiver, Reply<Done> done);
+  void addListedApp(const std::string& appId, JSONValue info,
+                    const std::map<std::string, std::string>& profile, QObject* receiver,
+                    Reply<Done> done);
+  void linkApp(const std::string& appId, const std::string& storeURL, QObject* receiver,
+               Reply<Done> done);
+  void deleteApp(const std::string& appId, bool withSets, QObject* receiver, Reply<Done> done);
+  // Every picture may have changed: forget decoded ones, raise the version.
+  void bumpRenderVersion();
+  // The other platform when the set's uploaded screens are only there.
+  void platformWithScreensElsewhere(QObject* receiver,
+                                    std::function<void(std::optional<DeviceOS>)> done);
+
+ signals:
+  void connectionChanged();
+  void configChanged();
+  void pagesChanged();
+  void workspaceChanged();
+  void osChanged();
+  void themeChanged();
+  void activeAppChanged();
+  void activeSetChanged();
+  void activePageChanged();
+  void activeLocaleChanged();
+  void renderVersionChanged();
+  void isCreatingSetChanged();
+
+ private:
+  void setConnection(ConnectionState state);
+  void clampSelection();
+  void clampPage();
+  void clampLocale();
+  const VellSet* findSet(const std::string& id) const;
+  const AppSummary* findApp(const std::optional<std::string>& appId) const;
+  void saveBlankPages(const std::string& set, std::function<void(std::optional<APIError>)> then);
+  void eachSet(std::vector<std::string> ids, std::size_t index, bool withSets,
+               std::function<void(std::optional<APIError>)> then);
+  void screensOn(std::vector<std::string> pages, std::size_t index, DeviceOS os, std::string locale,
+                 std::function<void(bool)> then);
+
+  APIClient& client_;
+  ImageStore& images_;
+  QSettings& defaults_;
+
+  ConnectionState connection_ = ConnectionState::connecting();
+  std::optional<AppConfig> config_;
+  std::vector<SetPage> pages_;
+  Workspace workspace_ = Workspace::gallery;
+  DeviceOS os_ = DeviceOS::android;
+  ThemeName theme_ = ThemeName::dark;
+  std::optional<std::string> activeApp_;
+  std::string activeSet_ = "default";
+  std::optional<std::string> activePage_;
+  std::string activeLocale_ = "en";
+  int renderVersion_ = 0;
+  bool isCreatingSet_ = false;
+
+  // Only the newest of each kind of load may land.
+  std::uint64_t pagesToken_ = 0;
+  std::uint64_t configToken_ = 0;
+  std::uint64_t connectToken_ = 0;
+};
+
+}  // namespace vells::models

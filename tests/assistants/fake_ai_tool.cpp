@@ -1,0 +1,168 @@
+// Stands in for Claude Code, Codex CLI and Gemini CLI in the tests. It is
+// installed under each tool's name and tells which one it is by the name it
+// was run by. Every run appends one JSON line to $FAKE_AI_LOG with its
+// argument vector, working folder and PATH. What it prints is scripted by the
+// prompt: everything after a line "FAKE SCRIPT" in any argument is read as one
+// directive per line:
+//   out TEXT         TEXT and a line feed
+//   part TEXT        TEXT alone, to split a line over several writes
+//   hex BYTES        raw bytes, to split inside a character
+//   flood N TEXT     TEXT N times with no line feed
+//   lines N TEXT     N lines of TEXT
+//   sleep MS         wait
+//   ignore-term      ignore SIGTERM from here on (a grandchild inherits it)
+//   grandchild       start a process in the same group that sleeps forever
+//   hang             sleep forever
+//   exit CODE        end with CODE
+// Without a script it prints a short valid answer in its tool's dialect.
+// `--version` prints $FAKE_AI_VERSION when set ("hang" hangs), else a version
+// line in the tool's style.
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+void writeAll(const std::string& bytes) {
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t n = ::write(1, bytes.data() + done, bytes.size() - done);
+    if (n <= 0) std::exit(70);
+    done += static_cast<size_t>(n);
+  }
+}
+
+void logLine(const nlohmann::json& entry) {
+  const char* path = std::getenv("FAKE_AI_LOG");
+  if (!path) return;
+  std::ofstream log(path, std::ios::app);
+  log << entry.dump() << "\n";
+}
+
+[[noreturn]] void sleepForever() {
+  for (;;)
+    ::pause();
+}
+
+std::string hexBytes(const std::string& hex) {
+  std::string bytes;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+    bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
+int play(const std::string& script) {
+  std::istringstream lines(script);
+  std::string line;
+  while (std::getline(lines, line)) {
+    const size_t space = line.find(' ');
+    const std::string word = line.substr(0, space);
+    const std::string rest = space == std::string::npos ? "" : line.substr(space + 1);
+    if (word == "out") {
+      writeAll(rest + "\n");
+    } else if (word == "part") {
+      writeAll(rest);
+    } else if (word == "hex") {
+      writeAll(hexBytes(rest));
+    } else if (word == "flood" || word == "lines") {
+      const size_t gap = rest.find(' ');
+      const long count = std::stol(rest.substr(0, gap));
+      const std::string text = rest.substr(gap + 1) + (word == "lines" ? "\n" : "");
+      std::string chunk;
+      for (int i = 0; i < 256; ++i)
+        chunk += text;
+      long left = count;
+      while (left >= 256) {
+        writeAll(chunk);
+        left -= 256;
+      }
+      for (; left > 0; --left)
+        writeAll(text);
+    } else if (word == "sleep") {
+      ::usleep(static_cast<useconds_t>(std::stol(rest) * 1000));
+    } else if (word == "ignore-term") {
+      ::signal(SIGTERM, SIG_IGN);
+    } else if (word == "grandchild") {
+      const pid_t child = ::fork();
+      if (child == 0) sleepForever();
+      logLine({{"grandchild", child}});
+    } else if (word == "hang") {
+      sleepForever();
+    } else if (word == "exit") {
+      return std::stoi(rest);
+    }
+  }
+  return 0;
+}
+
+std::string defaultStream(const std::string& tool) {
+  if (tool == "claude") {
+    return R"({"type":"system","subtype":"init","session_id":"claude-session-1"})"
+           "\n"
+           R"({"type":"result","result":"Fake claude reply","is_error":false,"session_id":"claude-session-1"})"
+           "\n";
+  }
+  if (tool == "codex") {
+    return R"({"type":"thread.started","thread_id":"codex-thread-1"})"
+           "\n"
+           R"({"type":"item.completed","item":{"type":"agent_message","text":"Fake codex reply"}})"
+           "\n";
+  }
+  return R"({"type":"init","session_id":"gemini-session-1"})"
+         "\n"
+         R"({"type":"message","role":"assistant","content":"Fake gemini reply"})"
+         "\n"
+         R"({"type":"result","status":"success"})"
+         "\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string tool = argv[0];
+  if (const size_t slash = tool.rfind('/'); slash != std::string::npos)
+    tool = tool.substr(slash + 1);
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+
+  if (arguments.size() == 1 && arguments[0] == "--version") {
+    const char* version = std::getenv("FAKE_AI_VERSION");
+    if (version && std::string(version) == "hang") sleepForever();
+    if (version) {
+      writeAll(std::string(version) + "\n");
+    } else if (tool == "claude") {
+      writeAll("1.0.3 (Claude Code)\n");
+    } else if (tool == "codex") {
+      writeAll("codex-cli 0.20.0\n");
+    } else {
+      writeAll("0.1.9\n");
+    }
+    return 0;
+  }
+
+  char cwd[4096] = {};
+  const char* path = std::getenv("PATH");
+  logLine({{"tool", tool},
+           {"argv", arguments},
+           {"cwd", ::getcwd(cwd, sizeof cwd) ? cwd : ""},
+           {"path", path ? path : ""},
+           {"pgid", ::getpgrp()},
+           {"pid", ::getpid()}});
+
+  const std::string marker = "FAKE SCRIPT\n";
+  for (const std::string& argument : arguments) {
+    const size_t at = argument.find(marker);
+    if (at != std::string::npos) return play(argument.substr(at + marker.size()));
+  }
+  writeAll(defaultStream(tool));
+  return 0;
+}
