@@ -7,6 +7,14 @@
 #include "cli/request_command.h"
 #include "routes/local_service.h"
 
+#ifdef VELLS_WITH_CAPTURE
+#include <QCoreApplication>
+
+#include "capture/device_capture.h"
+#include "cli/capture_command.h"
+#include "cli/import_command.h"
+#endif
+
 namespace {
 
 const char* const kHelp =
@@ -18,6 +26,12 @@ const char* const kHelp =
     "  request METHOD PATH   call one route and print its answer\n"
     "  export -o FILE.zip    render a set's missing store images and write its archive\n"
     "  demo [-o DIR]         build a sample set of the built-in app and export it\n"
+#ifdef VELLS_WITH_CAPTURE
+    "  capture --list        list Android devices and iOS simulators\n"
+    "  capture --device ID --set ID --page ID\n"
+    "                        store a device's screen, with a clean status bar\n"
+    "  import DIR --set ID   file a folder of screenshots under the set's pages\n"
+#endif
     "\n"
     "Run 'vellora-cli COMMAND --help' for a command's options.\n"
     "\n"
@@ -40,12 +54,29 @@ int main(int argc, char** argv) {
   }
   const std::string command = args[0];
   args.erase(args.begin());
-  if (command != "request" && command != "export" && command != "demo") {
+  const bool known = command == "request" || command == "export" || command == "demo"
+#ifdef VELLS_WITH_CAPTURE
+                     || command == "capture" || command == "import"
+#endif
+      ;
+  if (!known) {
     std::cerr << "vellora-cli: unknown command '" << command << "'.\n\n" << kHelp;
     return vells::cli::kExitUsage;
   }
   vells::routes::LocalService service = vells::routes::makeLocalService();
   auto& backend = *service.backend;
+#ifdef VELLS_WITH_CAPTURE
+  if (command == "capture" || command == "import") {
+    // The device tools run as child processes, which Qt wants an application object for.
+    QCoreApplication app(argc, argv);
+    const vells::capture::BackendCall call = [&](const vells::backend::Request& request) {
+      return backend.handle(request);
+    };
+    if (command == "import") return vells::cli::importCommand(args, call, std::cout, std::cerr);
+    vells::capture::DeviceCapture devices(vells::capture::DeviceTools::forThisComputer());
+    return vells::cli::captureCommand(args, devices, call, std::cout, std::cerr);
+  }
+#endif
   if (command == "request") {
     return vells::cli::requestCommand(args, backend, std::cin, std::cout, std::cerr);
   }
