@@ -48,7 +48,7 @@ struct CompositeRequest {
   bool thumbOnly = false;  // the thumbnail is wanted, not the PNG
   // A store size to draw at; absent, the cache's own size. A size of another
   // aspect extends the background; such an image gets no thumbnail.
-  std::optional<StoreSize> size;
+  std::optional<StoreSize> size{};
   // Background work gets slots and the script only when no interactive work waits.
   platform::Priority priority = platform::Priority::interactive;
 };

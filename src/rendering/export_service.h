@@ -22,8 +22,8 @@ struct ExportRequest {
   std::string os = "ios";
   std::string theme = "light";
   std::string locale;                    // empty: every locale of the set, one folder each
-  std::vector<std::string> skipLocales;  // of every locale, those left out
-  std::optional<StoreSize> size;         // absent: the render cache's own size
+  std::vector<std::string> skipLocales{};  // of every locale, those left out
+  std::optional<StoreSize> size{};         // absent: the render cache's own size
 };
 
 // One finished image of an export, handed over in archive order.
