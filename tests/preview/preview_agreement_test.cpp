@@ -1,0 +1,1 @@
+// Agreement of the live preview with the composite: placeholder until written.
