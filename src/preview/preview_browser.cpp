@@ -64,6 +64,7 @@ PreviewBrowser::PreviewBrowser(const std::filesystem::path& executable, double r
   call("Runtime.enable", JSONValue::Object{});
   call("Runtime.addBinding", JSONValue::Object{{"name", "vellsReady"}});
   call("Runtime.addBinding", JSONValue::Object{{"name", "vellsRects"}});
+  call("Runtime.addBinding", JSONValue::Object{{"name", "vellsPainted"}});
   call("Fetch.enable",
        JSONValue::Object{{"patterns", JSONValue::Array{JSONValue::Object{{"urlPattern", "*"}}}}});
 }

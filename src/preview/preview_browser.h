@@ -30,7 +30,8 @@ class PreviewBrowser {
   struct Handlers {
     // A screencast frame, already acknowledged: JPEG bytes.
     std::function<void(std::string jpeg)> frame;
-    // A binding the page called: "vellsReady" or "vellsRects", with its text.
+    // A binding the page called: "vellsReady", "vellsRects" or "vellsPainted",
+    // with its text.
     std::function<void(const std::string& name, const std::string& payload)> message;
     // A request of the page, held until it is answered through send().
     std::function<void(const JSONValue& paused)> request;

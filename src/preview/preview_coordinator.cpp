@@ -50,6 +50,7 @@ void PreviewCoordinator::didReceive(const std::string& name, const std::string& 
   if (name == "rects") {
     auto value = JSONValue::tryParse(body);
     if (!value || !value->isObject()) return;
+    lastReport_ = *value;
     if (onRects_) onRects_(models::CanvasRects::decode(*value));
     return;
   }

@@ -45,6 +45,9 @@ class PreviewCoordinator {
   std::uint64_t lastSequence() const { return sequence_; }
   // How many states went to a page.
   int sentCount() const { return sent_; }
+  // The page's last report as it came, with what the canvas doesn't read
+  // (the title's line count, the state's number).
+  const JSONValue& lastReport() const { return lastReport_; }
 
  private:
   Evaluate evaluate_;
@@ -56,6 +59,7 @@ class PreviewCoordinator {
   std::optional<std::uint64_t> inFlight_;
   std::uint64_t sequence_ = 0;
   int sent_ = 0;
+  JSONValue lastReport_;
 };
 
 }  // namespace vells::preview

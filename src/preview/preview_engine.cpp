@@ -138,6 +138,12 @@ void PreviewEngine::start() {
         s->with([&](PreviewEngine& e) {
           e.post([&e, generation, name, payload] {
             if (generation != e.generation_) return;
+            if (name == "vellsPainted") {
+              // The screencast may leave the last paint of a quiet page unsent.
+              e.repaint_ = true;
+              e.settleTimer_.start();
+              return;
+            }
             e.coordinator_.didReceive(name == "vellsRects" ? "rects" : "ready", payload);
           });
         });
@@ -240,7 +246,9 @@ void PreviewEngine::send(const std::string& script, std::uint64_t) {
 }
 
 void PreviewEngine::settle() {
-  if (shownSequence_ >= coordinator_.lastSequence() || !coordinator_.applied()) return;
+  const bool behind = shownSequence_ < coordinator_.lastSequence();
+  if ((!behind && !repaint_) || !coordinator_.applied()) return;
+  repaint_ = false;
   const double ratio = ratio_;
   const std::uint64_t generation = generation_;
   std::weak_ptr<Sink> sink = sink_;

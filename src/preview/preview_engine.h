@@ -52,7 +52,9 @@ class PreviewEngine : public QObject {
 
   // The time a state may go without a frame before the next one is sent.
   static constexpr std::chrono::milliseconds frameWait{100};
-  // The time after the last change when a still missing frame is captured.
+  // The time after the last change (a state, or a picture, the screen or the
+  // decoration coming in) when a frame is captured unless the state's frame
+  // is in hand and nothing came in since.
   static constexpr std::chrono::milliseconds settleDelay{150};
 
   PreviewEngine(backend::LocalBackend& backend, Options options, QObject* parent = nullptr);
@@ -101,6 +103,8 @@ class PreviewEngine : public QObject {
   std::uint64_t generation_ = 0;
   QImage frame_;
   std::uint64_t shownSequence_ = 0;
+  // The page drew something after its state: a capture follows when it settles.
+  bool repaint_ = false;
   QTimer waitTimer_;
   QTimer settleTimer_;
   QTimer healthTimer_;
