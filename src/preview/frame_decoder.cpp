@@ -16,7 +16,7 @@ void FrameDecoder::put(std::string jpeg, double ratio, std::uint64_t generation)
     if (scheduled_) return;
     scheduled_ = true;
   }
-  thread_.post(platform::Priority::interactive, [this](std::stop_token) { drain(); });
+  thread_.post(platform::Priority::interactive, [this](const std::stop_token&) { drain(); });
 }
 
 void FrameDecoder::drain() {

@@ -23,8 +23,8 @@ std::string ratioFlag(double ratio) {
 
 PreviewBrowser::PreviewBrowser(const std::filesystem::path& executable, double ratio,
                                Handlers handlers, std::chrono::milliseconds limit)
-    : browser_(std::make_shared<DevToolsClient>(executable,
-                                                std::vector<std::string>{ratioFlag(ratio)})),
+    : browser_(
+          std::make_shared<DevToolsClient>(executable, std::vector<std::string>{ratioFlag(ratio)})),
       limit_(limit) {
   targetId_ = browser_->call("Target.createTarget", JSONValue::Object{{"url", "about:blank"}})
                   .stringAt("targetId")
@@ -39,8 +39,8 @@ PreviewBrowser::PreviewBrowser(const std::filesystem::path& executable, double r
   }
   std::weak_ptr<DevToolsClient> weak = browser_;
   const std::string session = sessionId_;
-  browser_->subscribe(session, [weak, session, h = std::move(handlers)](
-                                   const std::string& method, const JSONValue& params) {
+  browser_->subscribe(session, [weak, session, h = std::move(handlers)](const std::string& method,
+                                                                        const JSONValue& params) {
     auto b = weak.lock();
     if (!b) return;
     if (method == "Page.screencastFrame") {
@@ -91,10 +91,9 @@ void PreviewBrowser::open(const std::string& url) {
 void PreviewBrowser::setViewport(int width, int height) {
   if (width == width_ && height == height_) return;
   // A scale factor of 0 keeps the one the browser was started with.
-  call("Emulation.setDeviceMetricsOverride", JSONValue::Object{{"width", width},
-                                                               {"height", height},
-                                                               {"deviceScaleFactor", 0},
-                                                               {"mobile", false}});
+  call("Emulation.setDeviceMetricsOverride",
+       JSONValue::Object{
+           {"width", width}, {"height", height}, {"deviceScaleFactor", 0}, {"mobile", false}});
   width_ = width;
   height_ = height;
 }
@@ -109,8 +108,8 @@ void PreviewBrowser::evaluate(const std::string& script) {
 }
 
 std::string PreviewBrowser::captureJPEG(int quality) {
-  const JSONValue reply = call("Page.captureScreenshot",
-                               JSONValue::Object{{"format", "jpeg"}, {"quality", quality}});
+  const JSONValue reply =
+      call("Page.captureScreenshot", JSONValue::Object{{"format", "jpeg"}, {"quality", quality}});
   auto bytes = platform::base64Decode(reply.stringAt("data").value_or(""));
   return bytes ? std::move(*bytes) : std::string();
 }

@@ -40,7 +40,8 @@ PreviewEngine::PreviewEngine(backend::LocalBackend& backend, Options options, QO
         post([this, frame = std::move(frame)]() mutable { show(std::move(frame)); });
       }) {
   sink_->engine = this;
-  if (options_.executable.empty()) options_.executable = platform::DevToolsClient::defaultExecutable();
+  if (options_.executable.empty())
+    options_.executable = platform::DevToolsClient::defaultExecutable();
   waitTimer_.setSingleShot(true);
   waitTimer_.setInterval(frameWait);
   connect(&waitTimer_, &QTimer::timeout, this, [this] { coordinator_.giveUpWaiting(); });
@@ -67,7 +68,7 @@ PreviewEngine::~PreviewEngine() {
   }
   std::promise<void> closed;
   auto done = closed.get_future();
-  if (worker_.post(Priority::interactive, [this, &closed](std::stop_token) {
+  if (worker_.post(Priority::interactive, [this, &closed](const std::stop_token&) {
         browser_.reset();
         closed.set_value();
       })) {
@@ -126,86 +127,87 @@ void PreviewEngine::start() {
   const double ratio = ratio_;
   std::weak_ptr<Sink> sink = sink_;
   std::shared_ptr<PreviewOrigin> origin = origin_;
-  worker_.post(Priority::interactive, [this, generation, ratio, sink, origin](std::stop_token) {
-    browser_.reset();
-    PreviewBrowser::Handlers handlers;
-    handlers.frame = [sink, ratio, generation](std::string jpeg) {
-      if (auto s = sink.lock())
-        s->with([&](PreviewEngine& e) { e.decoder_.put(std::move(jpeg), ratio, generation); });
-    };
-    handlers.message = [sink, generation](const std::string& name, const std::string& payload) {
-      if (auto s = sink.lock()) {
-        s->with([&](PreviewEngine& e) {
-          e.post([&e, generation, name, payload] {
-            if (generation != e.generation_) return;
-            if (name == "vellsPainted") {
-              // The screencast may leave the last paint of a quiet page unsent.
-              e.repaint_ = true;
-              e.settleTimer_.start();
-              return;
-            }
-            e.coordinator_.didReceive(name == "vellsRects" ? "rects" : "ready", payload);
+  worker_.post(
+      Priority::interactive, [this, generation, ratio, sink, origin](const std::stop_token&) {
+        browser_.reset();
+        PreviewBrowser::Handlers handlers;
+        handlers.frame = [sink, ratio, generation](std::string jpeg) {
+          if (auto s = sink.lock())
+            s->with([&](PreviewEngine& e) { e.decoder_.put(std::move(jpeg), ratio, generation); });
+        };
+        handlers.message = [sink, generation](const std::string& name, const std::string& payload) {
+          if (auto s = sink.lock()) {
+            s->with([&](PreviewEngine& e) {
+              e.post([&e, generation, name, payload] {
+                if (generation != e.generation_) return;
+                if (name == "vellsPainted") {
+                  // The screencast may leave the last paint of a quiet page unsent.
+                  e.repaint_ = true;
+                  e.settleTimer_.start();
+                  return;
+                }
+                e.coordinator_.didReceive(name == "vellsRects" ? "rects" : "ready", payload);
+              });
+            });
+          }
+        };
+        handlers.crashed = [sink, generation] {
+          if (auto s = sink.lock())
+            s->with([&](PreviewEngine& e) { e.post([&e, generation] { e.lose(generation); }); });
+        };
+        // Filled once the browser exists; requests can't come before.
+        auto weakBrowser = std::make_shared<std::weak_ptr<PreviewBrowser>>();
+        handlers.request = [sink, origin, weakBrowser](const JSONValue& paused) {
+          if (auto s = sink.lock()) {
+            s->with([&](PreviewEngine& e) {
+              auto seen = e.options_.requestSeen;
+              e.fetchers_.post(Priority::interactive, [origin, weakBrowser, paused,
+                                                       seen](const std::stop_token&) {
+                auto browser = weakBrowser->lock();
+                if (!browser) return;
+                if (seen) {
+                  const JSONValue* r = paused.find("request");
+                  seen(r ? r->stringAt("method").value_or("") : "",
+                       r ? r->stringAt("url").value_or("") : "");
+                }
+                std::optional<std::string> body;
+                const JSONValue* request = paused.find("request");
+                if (request && request->find("hasPostData") && !request->find("postData")) {
+                  try {
+                    body = browser->postData(paused.stringAt("requestId").value_or(""));
+                  } catch (const platform::DevToolsError&) {
+                    // answered without its body
+                  }
+                }
+                PreviewOrigin::Command command = origin->answer(paused, body);
+                browser->send(command.method, command.params);
+              });
+            });
+          }
+        };
+        try {
+          browser_ = std::make_shared<PreviewBrowser>(options_.executable, ratio,
+                                                      std::move(handlers), options_.callLimit);
+          *weakBrowser = browser_;
+          {
+            std::lock_guard guard(watchMutex_);
+            watched_ = browser_->client();
+          }
+          browser_->open(PreviewOrigin::pageURL());
+        } catch (const platform::DevToolsError&) {
+          browser_.reset();
+          if (auto s = sink.lock())
+            s->with([&](PreviewEngine& e) { e.post([&e, generation] { e.lose(generation); }); });
+          return;
+        }
+        if (auto s = sink.lock()) {
+          s->with([&](PreviewEngine& e) {
+            e.post([&e, generation] {
+              if (generation == e.generation_) e.healthTimer_.start();
+            });
           });
-        });
-      }
-    };
-    handlers.crashed = [sink, generation] {
-      if (auto s = sink.lock())
-        s->with([&](PreviewEngine& e) { e.post([&e, generation] { e.lose(generation); }); });
-    };
-    // Filled once the browser exists; requests can't come before.
-    auto weakBrowser = std::make_shared<std::weak_ptr<PreviewBrowser>>();
-    handlers.request = [sink, origin, weakBrowser](const JSONValue& paused) {
-      if (auto s = sink.lock()) {
-        s->with([&](PreviewEngine& e) {
-          auto seen = e.options_.requestSeen;
-          e.fetchers_.post(Priority::interactive, [origin, weakBrowser, paused,
-                                                   seen](std::stop_token) {
-            auto browser = weakBrowser->lock();
-            if (!browser) return;
-            if (seen) {
-              const JSONValue* r = paused.find("request");
-              seen(r ? r->stringAt("method").value_or("") : "",
-                   r ? r->stringAt("url").value_or("") : "");
-            }
-            std::optional<std::string> body;
-            const JSONValue* request = paused.find("request");
-            if (request && request->find("hasPostData") && !request->find("postData")) {
-              try {
-                body = browser->postData(paused.stringAt("requestId").value_or(""));
-              } catch (const platform::DevToolsError&) {
-                // answered without its body
-              }
-            }
-            PreviewOrigin::Command command = origin->answer(paused, body);
-            browser->send(command.method, command.params);
-          });
-        });
-      }
-    };
-    try {
-      browser_ = std::make_shared<PreviewBrowser>(options_.executable, ratio, std::move(handlers),
-                                                  options_.callLimit);
-      *weakBrowser = browser_;
-      {
-        std::lock_guard guard(watchMutex_);
-        watched_ = browser_->client();
-      }
-      browser_->open(PreviewOrigin::pageURL());
-    } catch (const platform::DevToolsError&) {
-      browser_.reset();
-      if (auto s = sink.lock())
-        s->with([&](PreviewEngine& e) { e.post([&e, generation] { e.lose(generation); }); });
-      return;
-    }
-    if (auto s = sink.lock()) {
-      s->with([&](PreviewEngine& e) {
-        e.post([&e, generation] {
-          if (generation == e.generation_) e.healthTimer_.start();
-        });
+        }
       });
-    }
-  });
 }
 
 void PreviewEngine::lose(std::uint64_t generation) {
@@ -230,7 +232,7 @@ void PreviewEngine::send(const std::string& script, std::uint64_t) {
   const std::uint64_t generation = generation_;
   std::weak_ptr<Sink> sink = sink_;
   worker_.post(Priority::interactive, [this, sink, script, width, height, resize,
-                                       generation](std::stop_token) {
+                                       generation](const std::stop_token&) {
     if (!browser_) return;
     try {
       if (resize) browser_->setViewport(width, height);
@@ -252,7 +254,7 @@ void PreviewEngine::settle() {
   const double ratio = ratio_;
   const std::uint64_t generation = generation_;
   std::weak_ptr<Sink> sink = sink_;
-  worker_.post(Priority::interactive, [this, sink, ratio, generation](std::stop_token) {
+  worker_.post(Priority::interactive, [this, sink, ratio, generation](const std::stop_token&) {
     if (!browser_) return;
     try {
       std::string jpeg = browser_->captureJPEG(90);

@@ -37,9 +37,9 @@ PreviewModel::PreviewModel(PreviewEngine& engine, CanvasModel& canvas, QObject* 
                       &EditorModel::pageStateChanged, &EditorModel::textsChanged}) {
     connect(&editor, signal, this, &PreviewModel::refresh);
   }
-  for (auto signal : {&AppModel::activeSetChanged, &AppModel::activePageChanged,
-                      &AppModel::activeLocaleChanged, &AppModel::osChanged,
-                      &AppModel::themeChanged}) {
+  for (auto signal :
+       {&AppModel::activeSetChanged, &AppModel::activePageChanged, &AppModel::activeLocaleChanged,
+        &AppModel::osChanged, &AppModel::themeChanged}) {
     connect(&app, signal, this, &PreviewModel::refresh);
   }
   connect(&app, &AppModel::osChanged, this, &PreviewModel::imageSizeChanged);
@@ -94,18 +94,17 @@ std::optional<PreviewState> PreviewModel::state() const {
   if (!(s.boxHeight > 0)) return std::nullopt;
   const std::string os(rawValue(s.os));
   s.hasBackground = editor.hasBackground();
-  s.backgroundURL = APIClient::url("/api/background",
-                                   {{"set", s.set},
-                                    {"page", s.page},
-                                    {"os", os},
-                                    {"v", std::to_string(editor.backgroundVersion())}})
-                        .value_or("");
+  s.backgroundURL =
+      APIClient::url("/api/background", {{"set", s.set},
+                                         {"page", s.page},
+                                         {"os", os},
+                                         {"v", std::to_string(editor.backgroundVersion())}})
+          .value_or("");
   s.hasOverlay = editor.hasOverlay();
-  s.overlayURL = APIClient::url("/api/overlay",
-                                {{"set", s.set},
-                                 {"page", s.page},
-                                 {"os", os},
-                                 {"v", std::to_string(editor.overlayVersion())}})
+  s.overlayURL = APIClient::url("/api/overlay", {{"set", s.set},
+                                                 {"page", s.page},
+                                                 {"os", os},
+                                                 {"v", std::to_string(editor.overlayVersion())}})
                      .value_or("");
   s.editing = canvas_.editingKey();
   return s;

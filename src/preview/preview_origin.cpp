@@ -31,7 +31,8 @@ JSONValue fulfill(const std::string& requestId, int status, const std::string& m
                         // The page reloads nothing by itself; a changed picture has a new address.
                         JSONValue::Object{{"name", "Cache-Control"}, {"value", "no-store"}}};
   for (const auto& [name, value] : headers) {
-    if (name != "Cache-Control") list.push_back(JSONValue::Object{{"name", name}, {"value", value}});
+    if (name != "Cache-Control")
+      list.push_back(JSONValue::Object{{"name", name}, {"value", value}});
   }
   return JSONValue::Object{{"requestId", requestId},
                            {"responseCode", status},
@@ -74,8 +75,7 @@ PreviewOrigin::Command PreviewOrigin::answer(const JSONValue& paused,
   std::string target = url.substr(origin.size());
   if (auto hash = target.find('#'); hash != std::string::npos) target.resize(hash);
   if (target == pagePath) {
-    return {"Fetch.fulfillRequest",
-            fulfill(requestId, 200, "text/html; charset=utf-8", pageHTML_)};
+    return {"Fetch.fulfillRequest", fulfill(requestId, 200, "text/html; charset=utf-8", pageHTML_)};
   }
   if (target == scriptPath) {
     return {"Fetch.fulfillRequest",
@@ -83,9 +83,9 @@ PreviewOrigin::Command PreviewOrigin::answer(const JSONValue& paused,
   }
   const JSONValue* headers = request ? request->find("headers") : nullptr;
   std::string body = postData.value_or(request ? request->stringAt("postData").value_or("") : "");
-  backend::Request r = backend::requestFromURL(
-      target, request ? request->stringAt("method").value_or("GET") : "GET", std::move(body),
-      headerOf(headers, "Content-Type"));
+  backend::Request r =
+      backend::requestFromURL(target, request ? request->stringAt("method").value_or("GET") : "GET",
+                              std::move(body), headerOf(headers, "Content-Type"));
   const backend::Response response = backend_->handle(r);
   return {"Fetch.fulfillRequest",
           fulfill(requestId, response.status, response.mime, response.body, response.headers)};

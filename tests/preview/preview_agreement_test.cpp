@@ -71,25 +71,24 @@ TEST_F(Agreement, ReportedBoxesAreTheTextMeasuresInEveryStyle) {
     // Arabic and Japanese come round every fourth style.
     const std::string locale = locales[i % locales.size()];
     const DeviceOS os = chance(0.3) ? DeviceOS::android : DeviceOS::ios;
-    JSONValue fields = JSONValue::Object{
-        {"phoneScale", uniform(60, 140) / 100},
-        {"phoneOffsetY", uniform(-60, 60)},
-        {"phoneOffsetX", uniform(-40, 40)},
-        {"textPos", chance(0.3) ? "bottom" : "top"},
-        {"titleWidth", chance(0.5) ? uniform(300, 540) : 0},
-        {"titleOffsetX", uniform(-30, 30)},
-        {"titleOffsetY", uniform(-20, 20)},
-        {"titleSize", uniform(48, 84)},
-        {"phoneRotateX", 0},
-        {"phoneRotateY", 0},
-        {"phoneRotateZ", chance(0.3) ? uniform(-12, 12) : 0}};
+    JSONValue fields = JSONValue::Object{{"phoneScale", uniform(60, 140) / 100},
+                                         {"phoneOffsetY", uniform(-60, 60)},
+                                         {"phoneOffsetX", uniform(-40, 40)},
+                                         {"textPos", chance(0.3) ? "bottom" : "top"},
+                                         {"titleWidth", chance(0.5) ? uniform(300, 540) : 0},
+                                         {"titleOffsetX", uniform(-30, 30)},
+                                         {"titleOffsetY", uniform(-20, 20)},
+                                         {"titleSize", uniform(48, 84)},
+                                         {"phoneRotateX", 0},
+                                         {"phoneRotateY", 0},
+                                         {"phoneRotateZ", chance(0.3) ? uniform(-12, 12) : 0}};
     storeStyle(page, fields);
     SCOPED_TRACE("style " + std::to_string(i) + " " + page + "@" + locale + " " + fields.dump());
 
     const std::string os_(rawValue(os));
-    const JSONValue fit = bodyJSON(call(lib.backend, "GET",
-                                        "/api/text-fit?set=default&page=" + page +
-                                            "&os=" + os_ + "&locale=" + locale));
+    const JSONValue fit = bodyJSON(
+        call(lib.backend, "GET",
+             "/api/text-fit?set=default&page=" + page + "&os=" + os_ + "&locale=" + locale));
     ASSERT_TRUE(fit.find("title") && fit.find("phone")) << fit.dump();
 
     const double boxHeight = uniform(700, 1344);
@@ -130,8 +129,9 @@ TEST_F(Agreement, ThePreviewAtTheCompositesSizeIsTheComposite) {
        std::vector<std::pair<std::string, std::string>>{{"home", "en"}, {"detail", "ar"}}) {
     SCOPED_TRACE(page + "@" + locale);
     // First the composite: its render leaves the lifted card the decoration shows.
-    const backend::Response composite = call(
-        lib.backend, "GET", "/composite?set=default&page=" + page + "&os=ios&theme=dark&locale=" + locale);
+    const backend::Response composite =
+        call(lib.backend, "GET",
+             "/composite?set=default&page=" + page + "&os=ios&theme=dark&locale=" + locale);
     ASSERT_EQ(composite.status, 200);
     const PreviewState s = lib.state(page, locale, compositeSize(DeviceOS::ios).height);
     ASSERT_TRUE(settle(s));
@@ -142,8 +142,8 @@ TEST_F(Agreement, ThePreviewAtTheCompositesSizeIsTheComposite) {
       quiet = engine->frame() == frame ? quiet + 100 : 0;
       frame = engine->frame();
     }
-    const QImage png = QImage::fromData(
-        reinterpret_cast<const uchar*>(composite.body.data()), static_cast<int>(composite.body.size()));
+    const QImage png = QImage::fromData(reinterpret_cast<const uchar*>(composite.body.data()),
+                                        static_cast<int>(composite.body.size()));
     ASSERT_EQ(frame.size(), png.size());
     EXPECT_EQ(frame.devicePixelRatio(), 2.0);
     if (const char* dir = std::getenv("VELLS_PREVIEW_FRAMES")) {

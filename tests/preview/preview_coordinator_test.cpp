@@ -14,12 +14,11 @@ struct Told {
   std::vector<std::string> scripts;
   std::vector<std::uint64_t> seqs;
   std::vector<models::CanvasRects> rects;
-  PreviewCoordinator coordinator{
-      [this](const std::string& script, std::uint64_t seq) {
-        scripts.push_back(script);
-        seqs.push_back(seq);
-      },
-      [this](const models::CanvasRects& r) { rects.push_back(r); }};
+  PreviewCoordinator coordinator{[this](const std::string& script, std::uint64_t seq) {
+                                   scripts.push_back(script);
+                                   seqs.push_back(seq);
+                                 },
+                                 [this](const models::CanvasRects& r) { rects.push_back(r); }};
 
   // The state the page was last told, read back from its script.
   JSONValue lastState() const {
@@ -112,9 +111,8 @@ TEST(PreviewCoordinator, PassesRectsOnAndDropsWhatDoesntRead) {
   t.coordinator.didReceive("rects", "[1,2]");
   EXPECT_TRUE(t.rects.empty());
   t.coordinator.didReceive(
-      "rects",
-      R"({"phone":{"cx":10,"cy":20,"w":30,"h":40,"rot":5},"title":null,)"
-      R"("layers":[{"id":"a","cx":1,"cy":2,"w":3,"h":4,"rot":0},{"id":"b","cx":"x"}]})");
+      "rects", R"({"phone":{"cx":10,"cy":20,"w":30,"h":40,"rot":5},"title":null,)"
+               R"("layers":[{"id":"a","cx":1,"cy":2,"w":3,"h":4,"rot":0},{"id":"b","cx":"x"}]})");
   ASSERT_EQ(t.rects.size(), 1u);
   EXPECT_EQ(t.rects[0].phone, (models::CanvasBox{10, 20, 30, 40, 5}));
   EXPECT_FALSE(t.rects[0].title);

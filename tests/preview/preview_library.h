@@ -34,8 +34,8 @@ struct PreviewLibrary {
   }
 
   // The state of a page as the editor would build it from the stored documents.
-  preview::PreviewState state(const std::string& page, const std::string& locale,
-                              double boxHeight, DeviceOS os = DeviceOS::ios) {
+  preview::PreviewState state(const std::string& page, const std::string& locale, double boxHeight,
+                              DeviceOS os = DeviceOS::ios) {
     preview::PreviewState s;
     s.set = "default";
     s.page = page;
