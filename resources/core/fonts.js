@@ -52,16 +52,23 @@ function fontFaceCss(families, text) {
     if (!needed) continue;
     const data = fontBase64(font.file);
     if (!data) continue;
-    css +=
-      "@font-face{font-family:'" +
-      font.family +
-      "';src:url(data:font/woff2;base64," +
-      data +
-      ") format('woff2');font-weight:" +
-      font.weight +
-      ";font-style:normal;font-display:block;unicode-range:" +
-      font.unicodeRange +
-      "}\n";
+    css += fontFaceRule(font, "data:font/woff2;base64," + data);
   }
   return css;
+}
+
+// One face of FONT_FILES from `src`; the live preview names the same files by
+// their address.
+function fontFaceRule(font, src) {
+  return (
+    "@font-face{font-family:'" +
+    font.family +
+    "';src:url(" +
+    src +
+    ") format('woff2');font-weight:" +
+    font.weight +
+    ";font-style:normal;font-display:block;unicode-range:" +
+    font.unicodeRange +
+    "}\n"
+  );
 }

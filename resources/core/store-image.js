@@ -137,91 +137,56 @@ function placeholderScreen(label, theme) {
   );
 }
 
-function compositeHtml(args, context) {
-  const page = stringArg(args.page);
-  const os = normalOs(stringArg(args.os));
-  const theme = stringArg(args.theme) === "light" ? "light" : "dark";
-  const locale = stringArg(args.locale);
-  const st = context.style(page, locale).style;
-  const text = context.text(page, locale);
-  const rtl = isRtlLocale(locale);
-  const L = compositeLayout(os, st);
-  const W = L.comp.w;
-  const H = L.comp.h;
-  const accent = cssColor(st.accentColor, "#ffd54a");
-
-  // Backdrop: the uploaded picture, or the gradient.
-  const bgUri = pictureUri(args.background);
-  const backdrop = bgUri
+// The backdrop's CSS: the uploaded picture, or the gradient.
+function backdropCss(st, bgUri) {
+  return bgUri
     ? "background:url(" + bgUri + ") center/cover no-repeat"
     : "background:linear-gradient(" +
-      fx(numberOr(st.gradAngle, 160), 3) +
-      "deg," +
-      cssColor(st.gradFrom, "#07184a") +
-      " 0%," +
-      cssColor(st.gradVia, "#0052cc") +
-      " 45%," +
-      cssColor(st.gradTo, "#0093fd") +
-      " 100%)";
+        fx(numberOr(st.gradAngle, 160), 3) +
+        "deg," +
+        cssColor(st.gradFrom, "#07184a") +
+        " 0%," +
+        cssColor(st.gradVia, "#0052cc") +
+        " 45%," +
+        cssColor(st.gradTo, "#0093fd") +
+        " 100%)";
+}
 
-  let pattern = "";
+// The pattern over the backdrop, in composite pixels; `uriOf(file)` finds a
+// tile's address. Empty without a pattern or a tile.
+function patternHtml(st, uriOf) {
   const pat = PATTERNS.find((p) => p.id === st.bgPattern);
-  const patUri = pat ? patternUri(pat.file) : null;
-  if (pat && patUri) {
-    const scale = numberOr(st.bgPatternScale, 1);
-    const tw = Math.max(1, Math.round(pat.tileW * scale));
-    const th = Math.max(1, Math.round(pat.tileH * scale));
-    pattern =
-      '<div id="pattern" style="position:absolute;inset:0;background-color:' +
-      cssColor(st.bgPatternColor, "#000000") +
-      ";-webkit-mask-image:url(" +
-      patUri +
-      ");mask-image:url(" +
-      patUri +
-      ");-webkit-mask-repeat:repeat;mask-repeat:repeat;-webkit-mask-size:" +
-      tw +
-      "px " +
-      th +
-      "px;mask-size:" +
-      tw +
-      "px " +
-      th +
-      "px;opacity:" +
-      fx(numberOr(st.bgPatternOpacity, 0.08), 3) +
-      '"></div>';
-  }
+  const patUri = pat ? uriOf(pat.file) : null;
+  if (!pat || !patUri) return "";
+  const scale = numberOr(st.bgPatternScale, 1);
+  const tw = Math.max(1, Math.round(pat.tileW * scale));
+  const th = Math.max(1, Math.round(pat.tileH * scale));
+  return (
+    '<div id="pattern" style="position:absolute;inset:0;background-color:' +
+    cssColor(st.bgPatternColor, "#000000") +
+    ";-webkit-mask-image:url(" +
+    patUri +
+    ");mask-image:url(" +
+    patUri +
+    ");-webkit-mask-repeat:repeat;mask-repeat:repeat;-webkit-mask-size:" +
+    tw +
+    "px " +
+    th +
+    "px;mask-size:" +
+    tw +
+    "px " +
+    th +
+    "px;opacity:" +
+    fx(numberOr(st.bgPatternOpacity, 0.08), 3) +
+    '"></div>'
+  );
+}
 
-  // Title: the preview's column, clamp and ink allowance.
-  const title = text.title || "";
-  const lines = splitTitleLines(title);
-  const lineCount = Math.min(4, Math.max(2, lines.length));
-  const titleSize = numberOr(st.titleSize, 66);
-  const titleStroke = numberOr(st.titleStroke, 0);
-  const inkPad = Math.min(36, Math.ceil(titleSize * 0.08 + titleStroke / 2));
-  const hasTitle = title.trim().length > 0;
-  const heroIn = isPlainObject(args.hero) ? args.hero : null;
-  const heroUri = heroIn ? pictureUri(heroIn.image) : null;
-  const art = decorArt(page, os, st, heroIn, heroUri, hasTitle, lines.length);
-
-  // Layers, each side in document order.
-  const layers = Array.isArray(st.layers) ? st.layers : [];
-  let layersBack = "";
-  let layersFront = "";
-  const layerFaces = new Set();
-  let layerText = "";
-  for (const layer of layers) {
-    const html = layerHtml(layer, args.layerUris, accent, rtl, locale);
-    if (!html) continue;
-    if (isPlainObject(layer) && layer.kind === "text") {
-      layerFaces.add(textFontFace(layer.font, rtl));
-      layerText += typeof layer.text === "string" ? layer.text : "";
-    }
-    if (isPlainObject(layer) && layer.z === "back") layersBack += html;
-    else layersFront += html;
-  }
-
-  // The phone: its screen in device pixels, stretched to the phone box as
-  // the live preview stretches its frame, with the ring and lift round it.
+// The phone's frame in composite pixels: its box, tilt, corners, and the
+// ring with the lift under it.
+function phoneFrame(os, st) {
+  const L = compositeLayout(os, st);
+  const H = L.comp.h;
   const tilt = tiltTransform(st);
   const radius = Math.round((L.device.radius * L.width) / L.device.width);
   const ringPx = fx(RING_WIDTH[os] * numberOr(st.phoneScale, 1));
@@ -239,77 +204,33 @@ function compositeHtml(args, context) {
       Math.round(H * 0.018) +
       "px rgba(0,0,0,0.22)";
   }
-  const phoneUri = pictureUri(args.phone);
-  let screen = phoneUri
-    ? '<img alt="" src="' +
-      phoneUri +
-      '" style="position:absolute;left:0;top:0;width:100%;height:100%;object-fit:cover;object-position:top">'
-    : placeholderScreen(stringArg(args.pageLabel) || page, theme);
-  // Without the playful callout the hero goes back where it was cut out.
-  if (st.decor === "none" && heroUri && isPlainObject(heroIn.rect)) {
-    const r = heroIn.rect;
-    const vals = [r.x, r.y, r.width, r.height].map((v) => numberOr(v, NaN));
-    if (vals.every(Number.isFinite)) {
-      screen +=
-        '<img alt="" src="' +
-        heroUri +
-        '" style="position:absolute;left:' +
-        fx(vals[0]) +
-        "px;top:" +
-        fx(vals[1]) +
-        "px;width:" +
-        fx(vals[2]) +
-        "px;height:" +
-        fx(vals[3]) +
-        'px">';
-    }
-  }
-  screen += hardwareHtml(os);
-  const sx = L.width / L.device.width;
-  const sy = L.height / L.device.height;
-  const phone =
-    '<div id="phoneWrap" style="position:absolute;left:' +
-    L.left +
-    "px;top:" +
-    L.top +
-    "px;width:" +
-    L.width +
-    "px;height:" +
-    L.height +
-    "px;z-index:2" +
-    (tilt ? ";perspective:" + fx(Math.max(1, numberOr(st.phonePerspective, 1800))) + "px" : "") +
-    '">' +
-    '<div data-vell-phone style="position:absolute;inset:0;border-radius:' +
-    radius +
-    "px;overflow:hidden;background:#000;box-shadow:" +
-    shadow +
-    (tilt ? ";transform:" + tilt : "") +
-    '">' +
-    '<div style="position:absolute;left:0;top:0;width:' +
-    L.device.width +
-    "px;height:" +
-    L.device.height +
-    "px;transform:scale(" +
-    fx(sx, 5) +
-    "," +
-    fx(sy, 5) +
-    ');transform-origin:0 0;overflow:hidden">' +
-    screen +
-    "</div></div></div>";
+  return {
+    L,
+    tilt,
+    perspective: tilt ? fx(Math.max(1, numberOr(st.phonePerspective, 1800))) : "",
+    radius,
+    shadow,
+    sx: L.width / L.device.width,
+    sy: L.height / L.device.height,
+  };
+}
 
-  const overlayUri = pictureUri(args.overlay);
-  const overlay = overlayUri
-    ? '<img id="overlay" alt="" src="' +
-      overlayUri +
-      '" style="position:absolute;left:0;top:0;width:100%;height:100%;object-fit:cover;z-index:7">'
-    : "";
-
-  // The text band above (or below) the phone, as the preview lays it out.
+// The text band above (or below) the phone with the title in it, in
+// composite pixels: { html, lines }.
+function titleLayerHtml(os, st, title, subtitleText, locale) {
+  const L = compositeLayout(os, st);
+  const W = L.comp.w;
+  const rtl = isRtlLocale(locale);
+  const lines = splitTitleLines(title);
+  const lineCount = Math.min(4, Math.max(2, lines.length));
+  const titleSize = numberOr(st.titleSize, 66);
+  const titleStroke = numberOr(st.titleStroke, 0);
+  const inkPad = Math.min(36, Math.ceil(titleSize * 0.08 + titleStroke / 2));
+  const accent = cssColor(st.accentColor, "#ffd54a");
   const column = numberOr(st.titleWidth, 0) > 0 ? st.titleWidth : W - 80;
   const boxW = column + 80;
   const bandH = Math.round(L.textSpace);
   const offsetY = numberOr(st.titleOffsetY, 0);
-  const titleFace = textFontFace(st.titleFont, rtl);
   const titleFamily = textFontFamily(st.titleFont, rtl, locale);
   const align = ["left", "center", "right"].includes(st.titleAlign) ? st.titleAlign : "center";
   const strokeCss =
@@ -321,7 +242,7 @@ function compositeHtml(args, context) {
         ";paint-order:stroke fill"
       : "";
   const titleHtml = lines.map((line) => accentHtml(line, accent)).join("<br>");
-  const subtitle = typeof text.subtitle === "string" ? text.subtitle.trim() : "";
+  const subtitle = typeof subtitleText === "string" ? subtitleText.trim() : "";
   const subtitleHtml = subtitle
     ? '<div class="subtitle" style="position:absolute;left:0;right:0;top:100%;padding:0 ' +
       inkPad +
@@ -348,7 +269,7 @@ function compositeHtml(args, context) {
     : "";
   // word-break:auto-phrase: Japanese has no spaces, and phrase analysis keeps a
   // wrapped title from ending a line in the middle of a word.
-  const textLayer =
+  const html =
     '<div id="textLayer" style="position:absolute;' +
     (L.bottomText ? "bottom:0;top:auto" : "top:0;bottom:auto") +
     ";height:" +
@@ -391,8 +312,117 @@ function compositeHtml(args, context) {
     "</div>" +
     subtitleHtml +
     "</div></div>";
+  return { html, lines };
+}
 
-  const faces = new Set([titleFace, ...layerFaces]);
+function compositeHtml(args, context) {
+  const page = stringArg(args.page);
+  const os = normalOs(stringArg(args.os));
+  const theme = stringArg(args.theme) === "light" ? "light" : "dark";
+  const locale = stringArg(args.locale);
+  const st = context.style(page, locale).style;
+  const text = context.text(page, locale);
+  const rtl = isRtlLocale(locale);
+  const frame = phoneFrame(os, st);
+  const L = frame.L;
+  const W = L.comp.w;
+  const H = L.comp.h;
+  const accent = cssColor(st.accentColor, "#ffd54a");
+
+  const backdrop = backdropCss(st, pictureUri(args.background));
+  const pattern = patternHtml(st, patternUri);
+
+  const title = text.title || "";
+  const subtitle = typeof text.subtitle === "string" ? text.subtitle.trim() : "";
+  const band = titleLayerHtml(os, st, title, subtitle, locale);
+  const hasTitle = title.trim().length > 0;
+  const heroIn = isPlainObject(args.hero) ? args.hero : null;
+  const heroUri = heroIn ? pictureUri(heroIn.image) : null;
+  const art = decorArt(page, os, st, heroIn, heroUri, hasTitle, band.lines.length);
+
+  // Layers, each side in document order.
+  const layers = Array.isArray(st.layers) ? st.layers : [];
+  let layersBack = "";
+  let layersFront = "";
+  const layerFaces = new Set();
+  let layerText = "";
+  for (const layer of layers) {
+    const html = layerHtml(layer, args.layerUris, accent, rtl, locale);
+    if (!html) continue;
+    if (isPlainObject(layer) && layer.kind === "text") {
+      layerFaces.add(textFontFace(layer.font, rtl));
+      layerText += typeof layer.text === "string" ? layer.text : "";
+    }
+    if (isPlainObject(layer) && layer.z === "back") layersBack += html;
+    else layersFront += html;
+  }
+
+  // The phone: its screen in device pixels, stretched to the phone box as
+  // the live preview stretches its frame, with the ring and lift round it.
+  const phoneUri = pictureUri(args.phone);
+  let screen = phoneUri
+    ? '<img alt="" src="' +
+      phoneUri +
+      '" style="position:absolute;left:0;top:0;width:100%;height:100%;object-fit:cover;object-position:top">'
+    : placeholderScreen(stringArg(args.pageLabel) || page, theme);
+  // Without the playful callout the hero goes back where it was cut out.
+  if (st.decor === "none" && heroUri && isPlainObject(heroIn.rect)) {
+    const r = heroIn.rect;
+    const vals = [r.x, r.y, r.width, r.height].map((v) => numberOr(v, NaN));
+    if (vals.every(Number.isFinite)) {
+      screen +=
+        '<img alt="" src="' +
+        heroUri +
+        '" style="position:absolute;left:' +
+        fx(vals[0]) +
+        "px;top:" +
+        fx(vals[1]) +
+        "px;width:" +
+        fx(vals[2]) +
+        "px;height:" +
+        fx(vals[3]) +
+        'px">';
+    }
+  }
+  screen += hardwareHtml(os);
+  const phone =
+    '<div id="phoneWrap" style="position:absolute;left:' +
+    L.left +
+    "px;top:" +
+    L.top +
+    "px;width:" +
+    L.width +
+    "px;height:" +
+    L.height +
+    "px;z-index:2" +
+    (frame.tilt ? ";perspective:" + frame.perspective + "px" : "") +
+    '">' +
+    '<div data-vell-phone style="position:absolute;inset:0;border-radius:' +
+    frame.radius +
+    "px;overflow:hidden;background:#000;box-shadow:" +
+    frame.shadow +
+    (frame.tilt ? ";transform:" + frame.tilt : "") +
+    '">' +
+    '<div style="position:absolute;left:0;top:0;width:' +
+    L.device.width +
+    "px;height:" +
+    L.device.height +
+    "px;transform:scale(" +
+    fx(frame.sx, 5) +
+    "," +
+    fx(frame.sy, 5) +
+    ');transform-origin:0 0;overflow:hidden">' +
+    screen +
+    "</div></div></div>";
+
+  const overlayUri = pictureUri(args.overlay);
+  const overlay = overlayUri
+    ? '<img id="overlay" alt="" src="' +
+      overlayUri +
+      '" style="position:absolute;left:0;top:0;width:100%;height:100%;object-fit:cover;z-index:7">'
+    : "";
+
+  const faces = new Set([textFontFace(st.titleFont, rtl), ...layerFaces]);
   const fonts = fontFaceCss(faces, title + subtitle + layerText + " ");
   // A store size of another aspect: the backdrop and pattern fill a larger
   // stage, the design keeps its place and scale at the stage's top, centred
@@ -449,7 +479,7 @@ function compositeHtml(args, context) {
     '<div id="layersFront" class="layers" style="z-index:8">' +
     layersFront +
     "</div>" +
-    textLayer +
+    band.html +
     (ext ? "</div></div>" : "</div>") +
     "</body></html>"
   );

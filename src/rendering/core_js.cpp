@@ -63,6 +63,18 @@ std::optional<std::vector<ScriptPart>> readScript(const fs::path& dir) {
 
 }  // namespace
 
+std::optional<std::string> CoreJS::scriptSource(const fs::path& resourceDir) {
+  auto parts = readScript(resourceDir);
+  if (!parts) return std::nullopt;
+  std::string text;
+  for (const ScriptPart& part : *parts) {
+    text += part.text;
+    // A part may end without a newline or inside an expression statement.
+    text += "\n;\n";
+  }
+  return text;
+}
+
 CoreJS::CoreJS(std::optional<fs::path> resourceDir) : resourceDir_(std::move(resourceDir)) {
   if (resourceDir_) assetsRoot_ = *resourceDir_ / "assets";
 }

@@ -42,6 +42,10 @@ class CoreJS final : public backend::CoreScript {
   // $VELLS_RESOURCES when set, else the installed share folder when it holds
   // the script, else the source tree's resources/.
   static std::optional<std::filesystem::path> resourceDir();
+  // The whole script of `resourceDir` as one text, its parts in load order:
+  // what a browser page loads to lay out as the composite does. Absent when
+  // the script is missing or unreadable.
+  static std::optional<std::string> scriptSource(const std::filesystem::path& resourceDir);
 
   std::shared_ptr<const JSONValue::Object> catalog() override;
   std::optional<JSONValue> callJSON(const std::string& name, const JSONValue& args) override;

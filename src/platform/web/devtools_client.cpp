@@ -64,7 +64,8 @@ fs::path DevToolsClient::defaultExecutable() {
   return "/usr/lib/chromium/chromium-headless-shell";
 }
 
-DevToolsClient::DevToolsClient(const fs::path& executable) {
+DevToolsClient::DevToolsClient(const fs::path& executable,
+                               const std::vector<std::string>& extraArgs) {
   std::error_code ec;
   if (!fs::exists(executable, ec)) {
     throw DevToolsError(
@@ -109,6 +110,7 @@ DevToolsClient::DevToolsClient(const fs::path& executable) {
                                    "--user-data-dir=" + profile_.string()};
   // The sandbox works for normal users; only root can't have it.
   if (::geteuid() == 0) args.emplace_back("--no-sandbox");
+  args.insert(args.end(), extraArgs.begin(), extraArgs.end());
   args.emplace_back("about:blank");
   std::vector<char*> argv;
   for (auto& a : args)

@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "document/json_value.h"
 #include "platform/error.h"
@@ -40,8 +41,10 @@ class DevToolsClient {
   using Event = std::function<void(const std::string& method, const JSONValue& params)>;
   using Clock = std::chrono::steady_clock;
 
-  // Starts the browser. Throws DevToolsError when it can't be started.
-  explicit DevToolsClient(const std::filesystem::path& executable);
+  // Starts the browser with the engine's flags and `extraArgs` after them.
+  // Throws DevToolsError when it can't be started.
+  explicit DevToolsClient(const std::filesystem::path& executable,
+                          const std::vector<std::string>& extraArgs = {});
   // Closes the browser, kills its process group if it lingers, reaps it, and
   // removes its temporary profile.
   ~DevToolsClient();
