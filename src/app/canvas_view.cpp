@@ -463,7 +463,10 @@ void CanvasView::placeBars() {
     const double width = page_.width();
     const double x = width > 180 ? std::clamp(editBox_->cx, 90.0, width - 90) : width / 2;
     const double top = editBox_->cy - std::max<double>(editBox_->h, textEditor_.height()) / 2;
-    inlineBar_.placeAt(fromView({x, std::max(16.0, top - 34)}));
+    // Held from the top of the widget, not the page: over a title near the
+    // page's top edge, the bar goes into the room above it.
+    const QPointF at = fromView({x, top - 34});
+    inlineBar_.placeAt({at.x(), std::max(16.0 + inlineBar_.sizeHint().height() / 2.0 - 4, at.y())});
   } else {
     inlineBar_.hide();
   }
