@@ -228,8 +228,10 @@ void CanvasModel::importImage(std::string bytes, const std::string& fileName,
   const QByteArray data =
       QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size()));
   std::string mime = QMimeDatabase().mimeTypeForData(data).name().toStdString();
-  if (mime != "image/png" && mime != "image/jpeg" && mime != "image/webp") {
-    // GIF, BMP, TIFF, SVG…: the library keeps PNG, JPEG and WebP only.
+  const bool kept = mime == "image/png" || mime == "image/jpeg" || mime == "image/webp" ||
+                    mime == "image/heif" || mime == "image/heic";
+  if (!kept) {
+    // GIF, BMP, TIFF, SVG…: the library keeps PNG, JPEG, WebP and HEIC only.
     const QImage image = QImage::fromData(data);
     if (image.isNull()) {
       editor_.show("\u201c" + QFileInfo(file).fileName().toStdString() +
