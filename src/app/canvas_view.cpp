@@ -39,7 +39,7 @@ const QColor selectionColour(0x0a, 0x84, 0xff);
 const QColor guideColour(0xff, 0x2d, 0x92);
 constexpr double outlineGrowth = 4;
 // A dropped file larger than this is refused before it is read.
-constexpr qint64 maxDroppedBytes = 32 * 1024 * 1024;
+constexpr qint64 maxDroppedBytes = qint64{32} * 1024 * 1024;
 
 // The page's colours as CSS writes them: "#rgb", "#rrggbb", "#rrggbbaa",
 // "rgb(…)", "rgba(…)" or a colour name.
@@ -51,7 +51,8 @@ QColor cssColour(const std::optional<std::string>& text, QColor fallback) {
   if (auto m = rgb.match(s); m.hasMatch()) {
     QColor c(std::clamp(m.captured(1).toInt(), 0, 255), std::clamp(m.captured(2).toInt(), 0, 255),
              std::clamp(m.captured(3).toInt(), 0, 255));
-    if (!m.captured(4).isEmpty()) c.setAlphaF(std::clamp(m.captured(4).toDouble(), 0.0, 1.0));
+    if (!m.captured(4).isEmpty())
+      c.setAlphaF(static_cast<float>(std::clamp(m.captured(4).toDouble(), 0.0, 1.0)));
     return c;
   }
   if (s.startsWith(QLatin1Char('#')) && s.size() == 9) {

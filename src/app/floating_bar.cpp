@@ -28,7 +28,8 @@ FloatingBar::FloatingBar(QWidget* parent) : QFrame(parent), layout_(this) {
 }
 
 QToolButton* FloatingBar::addButton(QStringView symbol, const QString& text, const QString& tip) {
-  auto* button = new QToolButton(this);  // owned by the bar
+  auto* button =
+      static_cast<QToolButton*>(items_.emplace_back(std::make_unique<QToolButton>(this)).get());
   button->setProperty(symbolProperty, symbol.toString());
   button->setIcon(symbolIcon(symbol, palette().color(QPalette::ButtonText)));
   button->setIconSize(QSize(16, 16));
@@ -45,7 +46,7 @@ QToolButton* FloatingBar::addButton(QStringView symbol, const QString& text, con
 }
 
 void FloatingBar::addSeparator() {
-  auto* line = new QFrame(this);  // owned by the bar
+  auto* line = static_cast<QFrame*>(items_.emplace_back(std::make_unique<QFrame>(this)).get());
   line->setFrameShape(QFrame::VLine);
   line->setFixedWidth(9);
   line->setFixedHeight(16);

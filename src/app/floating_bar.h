@@ -4,6 +4,8 @@
 #include <QHBoxLayout>
 #include <QString>
 #include <QStringView>
+#include <memory>
+#include <vector>
 
 class QToolButton;
 
@@ -19,8 +21,8 @@ class FloatingBar : public QFrame {
  public:
   explicit FloatingBar(QWidget* parent = nullptr);
 
-  // A button with the symbol, the text beside it when not empty, and the tip.
-  // The bar owns it.
+  // A button with the symbol, the text beside it when not empty, and the tip;
+  // the bar keeps it.
   QToolButton* addButton(QStringView symbol, const QString& text, const QString& tip);
   // A thin line between groups.
   void addSeparator();
@@ -36,6 +38,8 @@ class FloatingBar : public QFrame {
   void recolourIcons();
 
   QHBoxLayout layout_;
+  // After the layout: they leave it as they go.
+  std::vector<std::unique_ptr<QWidget>> items_;
 };
 
 }  // namespace vells::app

@@ -249,7 +249,7 @@ void CanvasModel::importImage(std::string bytes, const std::string& fileName,
   const std::string name = QFileInfo(file).completeBaseName().toStdString();
   app_.client().uploadLayerAsset(
       app_.activeSet(), std::move(bytes), mime, this,
-      [this, name, at, done](APIResult<std::string> r) {
+      [this, name, at, done = std::move(done)](APIResult<std::string> r) {
         if (!r) {
           editor_.showError(r.error());
           return call(done);
