@@ -217,7 +217,7 @@ void CanvasView::setFrame(QImage frame) {
 void CanvasView::setRestarting(bool restarting) {
   if (restarting_ == restarting) return;
   restarting_ = restarting;
-  update(page_);
+  refresh();
 }
 
 void CanvasView::relayout() {
@@ -233,6 +233,11 @@ void CanvasView::relayout() {
   page_ = QRect(room.left() + (room.width() - w) / 2, room.top() + (room.height() - h) / 2, w, h);
   gestures_.setViewSize(w, h);
   checkBox();
+  if (!editingKey_.isEmpty()) {
+    // The letters follow the page's new size.
+    textEditor_.setLook(editorLook());
+    placeEditor();
+  }
   refresh();
 }
 
@@ -304,10 +309,9 @@ void CanvasView::paintEvent(QPaintEvent*) {
   const bool dark = palette().color(QPalette::Window).lightness() < 128;
   p.fillRect(rect(), dark ? QColor(0x1c, 0x1d, 0x21) : QColor(0xe3, 0xe4, 0xe8));
   paintFrame(p, page_);
-  if (!restarting_) {
-    paintGuides(p, page_);
-    paintSelection(p);
-  }
+  // Editing goes on while the preview restarts, so its marks stay.
+  paintGuides(p, page_);
+  paintSelection(p);
   paintHint(p, page_);
 }
 
@@ -440,8 +444,7 @@ void CanvasView::refresh() {
 void CanvasView::placeBars() {
   const auto& selection = canvas_.selection();
   const auto anchor = gestures_.contextBarAnchor();
-  const bool showContext =
-      selection && anchor && !canvas_.editingText() && !gestures_.dragging() && !restarting_;
+  const bool showContext = selection && anchor && !canvas_.editingText() && !gestures_.dragging();
   if (!showContext) {
     contextBar_.hide();
   } else {

@@ -24,6 +24,8 @@ FloatingBar::FloatingBar(QWidget* parent) : QFrame(parent), layout_(this) {
   layout_.setSpacing(2);
   setAttribute(Qt::WA_TranslucentBackground);
   setFocusPolicy(Qt::NoFocus);
+  // Not the move or resize cursor of the canvas below.
+  setCursor(Qt::ArrowCursor);
   hide();
 }
 

@@ -299,7 +299,11 @@ TEST(CanvasViewFrame, AFrameAtTheBoxIsShownPixelForPixelAndTheBoxFollowsTheWidge
   s.view.setRestarting(true);
   shot = s.view.grab().toImage();
   EXPECT_NE(shot.pixel(corner), frame.pixel(2, 300));  // dimmed
-  EXPECT_FALSE(s.view.contextBar().isVisible());
+  // Editing goes on meanwhile.
+  s.canvas.select(CanvasSelection::phone());
+  s.view.setFocus();
+  QTest::keyClick(&s.view, Qt::Key_Up);
+  EXPECT_EQ(s.saved().numberAt("phoneOffsetY"), -1);
 }
 
 TEST(CanvasViewDrop, APictureIsPlacedWhereItFallsAndAnythingElseGetsASentence) {
