@@ -102,6 +102,9 @@ constexpr auto kSymbols = std::to_array<std::pair<const char*, const char*>>({
     {"rectangle.portrait", "smartphone"},
     {"display", "app-window"},
     {"questionmark.circle", "circle-alert"},
+    {"plus.square.on.square", "copy-plus"},
+    {"square.3.layers.3d", "layers-3"},
+    {"highlighter", "highlighter"},
 });
 
 // Draws the outline at whatever size and pixel ratio the icon is asked for,

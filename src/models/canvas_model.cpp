@@ -1,9 +1,11 @@
 #include "models/canvas_model.h"
 
 #include <QBuffer>
+#include <QFileInfo>
 #include <QFont>
 #include <QGuiApplication>
 #include <QImage>
+#include <QMimeDatabase>
 #include <QPainter>
 #include <QPointer>
 #include <QUuid>
@@ -217,6 +219,53 @@ void CanvasModel::place(const std::string& asset, bool sticker, const std::strin
   list.push_back(l);
   writeLayers(list);
   select(CanvasSelection::layer(l.id));
+}
+
+void CanvasModel::importImage(std::string bytes, const std::string& fileName,
+                              std::optional<std::pair<double, double>> at,
+                              std::function<void()> done) {
+  const QString file = QString::fromStdString(fileName);
+  const QByteArray data =
+      QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size()));
+  std::string mime = QMimeDatabase().mimeTypeForData(data).name().toStdString();
+  const bool kept = mime == "image/png" || mime == "image/jpeg" || mime == "image/webp" ||
+                    mime == "image/heif" || mime == "image/heic";
+  if (!kept) {
+    // GIF, BMP, TIFF, SVG…: the library keeps PNG, JPEG, WebP and HEIC only.
+    const QImage image = QImage::fromData(data);
+    if (image.isNull()) {
+      editor_.show("\u201c" + QFileInfo(file).fileName().toStdString() +
+                       "\u201d isn\u2019t a picture. Drop a PNG, JPEG or WebP file to place it "
+                       "on the page.",
+                   true);
+      return call(done);
+    }
+    QBuffer out;
+    out.open(QIODevice::WriteOnly);
+    image.save(&out, "PNG");
+    bytes = out.data().toStdString();
+    mime = "image/png";
+  }
+  const std::string name = QFileInfo(file).completeBaseName().toStdString();
+  app_.client().uploadLayerAsset(
+      app_.activeSet(), std::move(bytes), mime, this,
+      [this, name, at, done = std::move(done)](APIResult<std::string> r) {
+        if (!r) {
+          editor_.showError(r.error());
+          return call(done);
+        }
+        const auto before = selection_;
+        place(r.value(), false, name);
+        // place() selects what it added; an unchanged selection means it
+        // added nothing (no page or no styles) and there is nothing to move.
+        if (at && selection_ != before && selection_ && selection_->isLayer()) {
+          updateLayer(selection_->layerId, [&](VellLayer& l) {
+            l.x = at->first;
+            l.y = at->second;
+          });
+        }
+        call(done);
+      });
 }
 
 void CanvasModel::duplicateLayer(const std::string& id) {

@@ -70,6 +70,13 @@ class CanvasModel : public QObject {
   void addEmoji(const std::string& emoji, std::function<void()> done = {});
   // An uploaded image placed on the page (the toolbar's image import).
   void place(const std::string& asset, bool sticker, const std::string& name);
+  // A picture file's bytes uploaded into the set and placed, centred on `at`
+  // (composite pixels) when given, named after the file. PNG, JPEG and WebP go
+  // as they are; another format Qt can read goes as PNG; anything else puts a
+  // sentence in the status and changes nothing. `done` runs at the end.
+  void importImage(std::string bytes, const std::string& fileName,
+                   std::optional<std::pair<double, double>> at = std::nullopt,
+                   std::function<void()> done = {});
   // Changes one layer in place, without an undo step: the caller decides.
   void updateLayer(const std::string& id, const std::function<void(VellLayer&)>& change);
   // Writes the whole list into the style the layers are read from.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QBuffer>
 #include <QImage>
 
 #include "models/editor_fixture.h"
@@ -153,6 +154,50 @@ TEST(CanvasCommands, StickersAndEmojiArePlacedOnlyWhenTheirPictureIsStored) {
   EXPECT_EQ(l.w, 150);
   EXPECT_EQ(l.y, 625);
   EXPECT_EQ(s.editor.undoDepth(), 1u);
+}
+
+TEST(CanvasImages, ImportedPicturesGoAsTheLibraryKeepsThemAndOthersChangeNothing) {
+  CanvasStack s;
+  bool done = false;
+  s.canvas.importImage("%PDF-1.7 not a picture", "Brief.pdf", std::nullopt, [&] { done = true; });
+  ASSERT_TRUE(spinUntil([&] { return done; }));
+  EXPECT_TRUE(s.canvas.layers().empty());
+  EXPECT_EQ(s.editor.undoDepth(), 0u);
+  EXPECT_EQ(s.editor.status().text,
+            "\u201cBrief.pdf\u201d isn\u2019t a picture. Drop a PNG, JPEG or WebP file to place "
+            "it on the page.");
+  EXPECT_EQ(s.posts("/api/layer-asset"), 0);
+
+  // JPEG bytes travel untouched; a GIF becomes PNG on the way.
+  auto encoded = [](const char* format) {
+    QImage image(24, 12, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes.toStdString();
+  };
+  const std::string jpeg = encoded("JPG");
+  done = false;
+  s.canvas.importImage(jpeg, "Team photo.jpg", std::pair{100.0, 200.0}, [&] { done = true; });
+  ASSERT_TRUE(spinUntil([&] { return done; }));
+  ASSERT_EQ(s.canvas.layers().size(), 1u);
+  VellLayer l = s.canvas.layers()[0];
+  EXPECT_EQ(l.name, "Team photo");
+  EXPECT_FALSE(l.sticker);
+  EXPECT_EQ(l.x, 100);
+  EXPECT_EQ(l.y, 200);
+  ASSERT_TRUE(l.asset && l.asset->ends_with(".jpg"));
+  EXPECT_EQ(s.editor.undoDepth(), 1u);  // placed and moved in one step
+
+  done = false;
+  s.canvas.importImage(encoded("BMP"), "logo.bmp", std::nullopt, [&] { done = true; });
+  ASSERT_TRUE(spinUntil([&] { return done; }));
+  ASSERT_EQ(s.canvas.layers().size(), 2u);
+  l = s.canvas.layers()[1];
+  EXPECT_TRUE(l.asset && l.asset->ends_with(".png"));
+  EXPECT_EQ(l.x, 321);  // the page's middle without a point
 }
 
 }  // namespace
