@@ -10,9 +10,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fcntl.h>
 #include <algorithm>
 #include <chrono>
-#include <fcntl.h>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -43,7 +43,8 @@ Moments startOnce(const std::string& library, const std::string& settings) {
     env.push_back(entry);
   }
   std::vector<char*> envp;
-  for (auto& e : env) envp.push_back(e.data());
+  for (auto& e : env)
+    envp.push_back(e.data());
   envp.push_back(nullptr);
   std::string program = VELLS_APP_PROGRAM;
   char* argv[] = {program.data(), nullptr};
@@ -82,7 +83,8 @@ Moments startOnce(const std::string& library, const std::string& settings) {
   close(out[0]);
   kill(pid, SIGTERM);
   int status = 0;
-  for (int i = 0; i < 200 && waitpid(pid, &status, WNOHANG) == 0; ++i) usleep(10000);
+  for (int i = 0; i < 200 && waitpid(pid, &status, WNOHANG) == 0; ++i)
+    usleep(10000);
   if (waitpid(pid, &status, WNOHANG) == 0) {
     kill(pid, SIGKILL);
     waitpid(pid, &status, 0);
@@ -97,9 +99,9 @@ void BM_StartToFirstCell(benchmark::State& state) {
     state.SkipWithError("set VELLS_BENCH_LIBRARY to a library with a warm render cache");
     return;
   }
-  const std::string settings =
-      (std::filesystem::temp_directory_path() / ("startup-bench-" + std::to_string(getpid()) + ".conf"))
-          .string();
+  const std::string settings = (std::filesystem::temp_directory_path() /
+                                ("startup-bench-" + std::to_string(getpid()) + ".conf"))
+                                   .string();
   // The first start of all warms the page cache of the program and its libraries.
   static const bool primed = (startOnce(library, settings), true);
   (void)primed;

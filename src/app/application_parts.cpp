@@ -4,8 +4,7 @@
 
 namespace vells::app {
 
-ApplicationParts::ApplicationParts(const QString& settingsFile,
-                                   routes::LocalServiceOptions options)
+ApplicationParts::ApplicationParts(const QString& settingsFile, routes::LocalServiceOptions options)
     : libraryPath(QString::fromStdString(options.library.root().string())),
       settings(settingsFile, QSettings::IniFormat),
       service(routes::makeLocalService(std::move(options))),

@@ -20,8 +20,7 @@ namespace vells::app {
 // and render pool, the client, and the models. main() makes one and hands
 // its parts to the windows.
 struct ApplicationParts {
-  explicit ApplicationParts(const QString& settingsFile,
-                            routes::LocalServiceOptions options = {});
+  explicit ApplicationParts(const QString& settingsFile, routes::LocalServiceOptions options = {});
   ApplicationParts(const ApplicationParts&) = delete;
   ApplicationParts& operator=(const ApplicationParts&) = delete;
 

@@ -5,6 +5,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "app/app_look.h"
 #include "app/empty_state_view.h"
 #include "models/app_model.h"
 
@@ -40,6 +41,11 @@ ConnectionView::ConnectionView(models::AppModel& app, QWidget* parent)
   connect(settings, &QPushButton::clicked, this, &ConnectionView::settingsRequested);
   addWidget(offline_);
 
+  // Both screens stand on the quiet grey the canvas and the gallery use.
+  setAutoFillBackground(true);
+  QPalette ground = palette();
+  ground.setColor(QPalette::Window, AppLook::backdrop(ground));
+  setPalette(ground);
   connect(&app_, &models::AppModel::connectionChanged, this, &ConnectionView::follow);
   follow();
 }

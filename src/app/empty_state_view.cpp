@@ -20,7 +20,7 @@ EmptyStateView::EmptyStateView(QString symbol, QString title, QString message, Q
       symbol_(std::move(symbol)),
       icon_(new QLabel(this)),
       title_(new QLabel(title, this)),
-      message_(new QLabel(message, this)),
+      message_(new QLabel(this)),
       actions_(new QHBoxLayout) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(32, 32, 32, 32);
@@ -40,12 +40,18 @@ EmptyStateView::EmptyStateView(QString symbol, QString title, QString message, Q
   column->addWidget(icon_, 0, Qt::AlignHCenter);
   column->addSpacing(8);
   column->addWidget(title_, 0, Qt::AlignHCenter);
-  column->addWidget(message_, 0, Qt::AlignHCenter);
+  // Centred by stretches, not by alignment, so the words wrap to their height.
+  auto* messageRow = new QHBoxLayout;
+  messageRow->addStretch(1);
+  messageRow->addWidget(message_, 100);
+  messageRow->addStretch(1);
+  column->addLayout(messageRow);
   column->addSpacing(16);
   actions_->setSpacing(8);
   column->addLayout(actions_);
   column->addStretch(1);
   actions_->setAlignment(Qt::AlignHCenter);
+  setMessage(message);
   recolour();
 }
 
@@ -53,13 +59,14 @@ void EmptyStateView::setTitle(const QString& title) {
   title_->setText(title);
 }
 void EmptyStateView::setMessage(const QString& message) {
-  message_->setText(message);
+  // A long path may break after any of its slashes.
+  message_->setText(QString(message).replace(QLatin1Char('/'), QStringLiteral("/\u200B")));
 }
 QString EmptyStateView::title() const {
   return title_->text();
 }
 QString EmptyStateView::message() const {
-  return message_->text();
+  return QString(message_->text()).remove(QChar(0x200B));
 }
 
 QPushButton* EmptyStateView::addAction(const QString& text, const QString& symbol) {

@@ -192,6 +192,15 @@ SidebarView::SidebarView(AppModel& app, models::EditorModel& editor, models::Gal
     connect(&app_, signal, this, &SidebarView::followPages);
   }
   connect(&gallery_, &models::GalleryModel::readyChanged, this, &SidebarView::followPages);
+  // Sets and pages can only be changed in an open library.
+  auto followConnection = [this] {
+    const bool online = app_.connection().kind == models::ConnectionState::Kind::online;
+    for (QWidget* w : {static_cast<QWidget*>(sets_), noSets_, pagesSection_})
+      w->setEnabled(online);
+    newSetButton_->setEnabled(online);
+  };
+  connect(&app_, &AppModel::connectionChanged, this, followConnection);
+  followConnection();
   followSets();
   followPages();
 }
@@ -424,7 +433,7 @@ void SidebarView::removePage(const std::string& pageId) {
 }
 
 void SidebarView::failed(const APIError& error) {
-  showError(QString::fromUtf8(error.what()));
+  showError(QString::fromStdString(error.sentence()));
 }
 
 void SidebarView::showError(const QString& message) {

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QWidget>
+#include <QWindow>
 #include <cstdio>
 
 #include "models/app_model.h"
@@ -24,7 +25,12 @@ StartupTrace::StartupTrace(QWidget& window, models::AppModel& app, models::Galle
 }
 
 bool StartupTrace::eventFilter(QObject* watched, QEvent* event) {
-  if (!shown_ && watched == window_ && event->type() == QEvent::Expose) {
+  // The platform window exists once the widget is shown; its first expose is
+  // the first moment the window can be seen.
+  if (watched == window_ && event->type() == QEvent::Show && window_->windowHandle()) {
+    window_->windowHandle()->installEventFilter(this);
+  }
+  if (!shown_ && window_ && watched == window_->windowHandle() && event->type() == QEvent::Expose) {
     shown_ = true;
     std::fputs("vellora: window shown\n", stderr);
     std::fflush(stderr);

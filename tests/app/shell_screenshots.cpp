@@ -80,17 +80,18 @@ int main(int argc, char** argv) {
     spin(200);
     save(window, out, QStringLiteral("main-connecting-") + scheme);
     parts.app.reconnect();
-    spinUntil([&] { return parts.app.connection().kind != models::ConnectionState::Kind::connecting; },
-              10000);
+    spinUntil(
+        [&] { return parts.app.connection().kind != models::ConnectionState::Kind::connecting; },
+        10000);
     spin(200);
     save(window, out, QStringLiteral("main-offline-") + scheme);
   }
 
   {
     app::ApplicationParts parts(temp.filePath(QStringLiteral("online.conf")), at(library));
-    parts.settings.setValue("workspace", "gallery");
-    parts.settings.setValue("os", "ios");
-    parts.settings.setValue("theme", dark ? "dark" : "light");
+    parts.app.setWorkspace(models::Workspace::gallery);
+    parts.app.setOs(DeviceOS::ios);
+    parts.app.setTheme(dark ? ThemeName::dark : ThemeName::light);
     app::MainWindow window(parts.app, parts.editor, parts.canvas, parts.gallery, parts.images,
                            parts.settings);
     window.show();
@@ -105,9 +106,6 @@ int main(int argc, char** argv) {
     window.resize(app::MainWindow::minimumWindowSize);
     spin(500);
     save(window, out, QStringLiteral("main-editor-small-") + scheme);
-    parts.app.setActiveSet(std::string(models::AppModel::appStoreSet));
-    spin(500);
-    save(window, out, QStringLiteral("main-store-locked-small-") + scheme);
 
     app::SettingsWindow settings(parts.libraryPath, parts.settings,
                                  assistants::ToolFinder(assistants::LoginShell::forCurrentUser(),

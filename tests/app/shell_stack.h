@@ -24,16 +24,32 @@ struct ShellStack {
   models::ImageStore images{client};
   QString settingsFile = QString::fromStdString((lib.dir.path() / "vellora.conf").string());
   QSettings settings{settingsFile, QSettings::IniFormat};
+  // Preferences the models read when they are made.
+  bool seeded;
   KeptFiles kept;
   models::AppModel app{client, images, settings};
   models::EditorModel editor{clock, kept};
   models::CanvasModel canvas{editor, app};
   models::GalleryModel gallery{app, clock, kept};
   std::unique_ptr<app::MainWindow> window;
+  // While set, opening the library fails with these words before it is tried.
+  std::optional<std::string> openFailure;
 
+  explicit ShellStack(std::initializer_list<std::pair<const char*, QVariant>> seeds = {})
+      : seeded(seed(settings, seeds)) {}
+
+  static bool seed(QSettings& settings,
+                   std::initializer_list<std::pair<const char*, QVariant>> seeds) {
+    for (const auto& [key, value] : seeds)
+      settings.setValue(key, value);
+    return true;
+  }
   models::APITransport makeTransport() {
     auto t = fake.transport();
-    t.start = [this] { lib.backend->start(); };
+    t.start = [this] {
+      if (openFailure) throw std::runtime_error(*openFailure);
+      lib.backend->start();
+    };
     return t;
   }
   std::filesystem::path root() const { return lib.dir.path() / "lib"; }

@@ -38,7 +38,7 @@ QStringList rows(QListWidget* list, int role = Qt::DisplayRole) {
 }
 
 struct Sidebar : ::testing::Test {
-  ShellStack s;
+  ShellStack s{{"active.app", "42"}, {"active.set", "a"}};
   app::SidebarView* bar = nullptr;
   void open() {
     s.open();
@@ -49,9 +49,7 @@ struct Sidebar : ::testing::Test {
 
 TEST_F(Sidebar, CountsSetsAndLanguagesInWords) {
   s.makeApp("42", "Tempo");
-  s.makeSet("one", "42", 2, std::vector<std::string>{"de"});
-  s.settings.setValue("active.app", "42");
-  s.settings.setValue("active.set", "one");
+  s.makeSet("a", "42", 2, std::vector<std::string>{"de"});
   open();
   EXPECT_EQ(bar->switcher()->title(), QStringLiteral("Tempo"));
   EXPECT_EQ(bar->switcher()->subtitle(), QStringLiteral("1 set"));
@@ -62,7 +60,7 @@ TEST_F(Sidebar, CountsSetsAndLanguagesInWords) {
   s.app.refreshConfig();
   s.settle();
   EXPECT_EQ(bar->switcher()->subtitle(), QStringLiteral("2 sets"));
-  EXPECT_EQ(rows(bar->setList()), (QStringList{"App Store", "Set one", "Set two"}));
+  EXPECT_EQ(rows(bar->setList()), (QStringList{"App Store", "Set a", "Set two"}));
   EXPECT_EQ(rows(bar->setList(), SidebarRowDelegate::subtitleRole).last(),
             QStringLiteral("2 languages"));
 }
@@ -72,8 +70,6 @@ TEST_F(Sidebar, StoreRowOnlyForListedAppsAndItHidesThePages) {
   s.makeApp("my-notes-1", "Notes");
   s.makeSet("a", "42");
   s.makeSet("n", "my-notes-1");
-  s.settings.setValue("active.app", "42");
-  s.settings.setValue("active.set", "a");
   open();
   ASSERT_EQ(rows(bar->setList()).first(), QStringLiteral("App Store"));
   EXPECT_EQ(bar->setList()->item(0)->data(SidebarRowDelegate::subtitleRole).toString(),
@@ -91,7 +87,6 @@ TEST_F(Sidebar, StoreRowOnlyForListedAppsAndItHidesThePages) {
 
 TEST_F(Sidebar, PageMenuOffersRemovalOnlyWithTwoOrMorePages) {
   s.makeSet("a", std::nullopt, 2);
-  s.settings.setValue("active.set", "a");
   open();
   QMenu* menu = bar->pageMenu("p1", bar);
   EXPECT_EQ(titles(menu),
@@ -120,8 +115,6 @@ TEST_F(Sidebar, SwitcherListsAppsUnassignedAndEdit) {
   s.makeApp("42", "Tempo");
   s.makeSet("a", "42");
   s.makeSet("loose", std::nullopt);
-  s.settings.setValue("active.app", "42");
-  s.settings.setValue("active.set", "a");
   open();
   QMenu* menu = bar->switcher()->buildMenu(bar);
   EXPECT_EQ(titles(menu), (QStringList{"Tempo", "Unassigned", "Add App…", "Edit App…"}));
@@ -138,7 +131,6 @@ TEST_F(Sidebar, SwitcherListsAppsUnassignedAndEdit) {
 
 TEST_F(Sidebar, FailingRenameKeepsTheNameAndSaysWhy) {
   s.makeSet("a", std::nullopt);
-  s.settings.setValue("active.set", "a");
   open();
   s.fake.setAnswer([&](const backend::Request& r) {
     if (r.method == "PATCH" && r.path == "/api/sets") {
