@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QStyleFactory>
+#include <QWidget>
 #include <cstdlib>
 #include <cstring>
 
@@ -87,6 +88,16 @@ QColor AppLook::separator(const QPalette& palette) {
 
 QColor AppLook::warning(const QPalette& palette) {
   return isDark(palette) ? QColor(0xf5, 0xb0, 0x41) : QColor(0xb8, 0x6e, 0x00);
+}
+
+void AppLook::quiet(QWidget* widget, qreal fontScale, bool bold) {
+  QPalette p = widget->palette();
+  p.setColor(QPalette::WindowText, secondaryText(p));
+  widget->setPalette(p);
+  QFont f = widget->font();
+  if (fontScale != 1.0) f.setPointSizeF(f.pointSizeF() * fontScale);
+  if (bold) f.setWeight(QFont::DemiBold);
+  widget->setFont(f);
 }
 
 void AppLook::apply(QApplication& application) const {

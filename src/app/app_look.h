@@ -5,6 +5,7 @@
 #include <QPalette>
 
 class QApplication;
+class QWidget;
 
 namespace vells::app {
 
@@ -38,6 +39,9 @@ class AppLook {
   static QColor separator(const QPalette& palette);
   static QColor warning(const QPalette& palette);
   static bool isDark(const QPalette& palette);
+  // Sets `widget`'s words in the secondary colour, their font scaled by
+  // `fontScale` and, when `bold`, in the semibold weight.
+  static void quiet(QWidget* widget, qreal fontScale = 1.0, bool bold = false);
 
  private:
   Scheme scheme_ = Scheme::light;

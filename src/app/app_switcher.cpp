@@ -47,12 +47,7 @@ AppSwitcher::AppSwitcher(AppModel& app, models::ImageStore& images, QWidget* par
   QFont bold = name_->font();
   bold.setWeight(QFont::DemiBold);
   name_->setFont(bold);
-  QPalette quiet = count_->palette();
-  quiet.setColor(QPalette::WindowText, AppLook::secondaryText(quiet));
-  count_->setPalette(quiet);
-  QFont small = count_->font();
-  small.setPointSizeF(small.pointSizeF() * 0.88);
-  count_->setFont(small);
+  AppLook::quiet(count_, 0.88);
   for (QLabel* l : {name_, count_}) {
     l->setAttribute(Qt::WA_TransparentForMouseEvents);
     words->addWidget(l);

@@ -106,9 +106,7 @@ EditorView::EditorView(AppModel& app, models::EditorModel& editor, models::Canva
   column->setContentsMargins(0, 0, 0, 8);
   column->setSpacing(4);
   column->addWidget(canvasHolder_, 1);
-  QPalette quiet = tip_->palette();
-  quiet.setColor(QPalette::WindowText, AppLook::secondaryText(quiet));
-  tip_->setPalette(quiet);
+  AppLook::quiet(tip_);
   tip_->setAlignment(Qt::AlignCenter);
   status_->setAlignment(Qt::AlignCenter);
   status_->setObjectName(QStringLiteral("editorStatus"));

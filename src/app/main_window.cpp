@@ -130,12 +130,7 @@ void MainWindow::buildToolbar() {
   bold.setWeight(QFont::DemiBold);
   title_->setFont(bold);
   subtitle_ = new QLabel(titles);
-  QPalette quiet = subtitle_->palette();
-  quiet.setColor(QPalette::WindowText, AppLook::secondaryText(quiet));
-  subtitle_->setPalette(quiet);
-  QFont small = subtitle_->font();
-  small.setPointSizeF(small.pointSizeF() * 0.88);
-  subtitle_->setFont(small);
+  AppLook::quiet(subtitle_, 0.88);
   column->addWidget(title_);
   column->addWidget(subtitle_);
   titles->setMinimumWidth(220);

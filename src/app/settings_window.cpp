@@ -36,12 +36,7 @@ QLabel* groupTitle(const QString& words, QWidget* parent) {
 QLabel* note(const QString& words, QWidget* parent) {
   auto* label = new QLabel(words, parent);
   label->setWordWrap(true);
-  QPalette p = label->palette();
-  p.setColor(QPalette::WindowText, AppLook::secondaryText(p));
-  label->setPalette(p);
-  QFont f = label->font();
-  f.setPointSizeF(f.pointSizeF() * 0.92);
-  label->setFont(f);
+  AppLook::quiet(label, 0.92);
   return label;
 }
 
@@ -100,9 +95,7 @@ SettingsWindow::SettingsWindow(QString libraryPath, QSettings& settings,
   pickerRow->addWidget(picker_, 1);
   pickerRow->addWidget(lookAgain_);
   ai->addRow(QStringLiteral("AI tool"), pickerRow);
-  QPalette quiet = lookingWords_->palette();
-  quiet.setColor(QPalette::WindowText, AppLook::secondaryText(quiet));
-  lookingWords_->setPalette(quiet);
+  AppLook::quiet(lookingWords_);
   ai->addRow(QString(), lookingWords_);
   auto* warningLine = new QHBoxLayout(warningRow_);
   warningLine->setContentsMargins(0, 0, 0, 0);

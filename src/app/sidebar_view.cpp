@@ -42,13 +42,7 @@ QString q(const std::string& s) {
 
 QLabel* sectionTitle(const QString& words, QWidget* parent) {
   auto* label = new QLabel(words, parent);
-  QFont f = label->font();
-  f.setWeight(QFont::DemiBold);
-  f.setPointSizeF(f.pointSizeF() * 0.88);
-  label->setFont(f);
-  QPalette p = label->palette();
-  p.setColor(QPalette::WindowText, AppLook::secondaryText(p));
-  label->setPalette(p);
+  AppLook::quiet(label, 0.88, true);
   return label;
 }
 
@@ -133,9 +127,7 @@ SidebarView::SidebarView(AppModel& app, models::EditorModel& editor, models::Gal
   auto* noSetsColumn = new QVBoxLayout(noSets_);
   noSetsColumn->setContentsMargins(8, 4, 8, 8);
   auto* noSetsWords = new QLabel(QStringLiteral("No sets yet."), noSets_);
-  QPalette quiet = noSetsWords->palette();
-  quiet.setColor(QPalette::WindowText, AppLook::secondaryText(quiet));
-  noSetsWords->setPalette(quiet);
+  AppLook::quiet(noSetsWords);
   auto* newSet = new QPushButton(QStringLiteral("New Set"), noSets_);
   noSetsColumn->addWidget(noSetsWords);
   noSetsColumn->addWidget(newSet, 0, Qt::AlignLeft);

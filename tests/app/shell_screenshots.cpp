@@ -15,10 +15,12 @@
 #include "app/main_window.h"
 #include "app/settings_window.h"
 #include "assistants/tool_finder.h"
+#include "models/fake_transport.h"
 
 namespace {
 
 using namespace vells;
+using vells::testing::spinUntil;
 
 void spin(int ms) {
   QElapsedTimer t;
@@ -27,17 +29,6 @@ void spin(int ms) {
     QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     QThread::msleep(5);
   }
-}
-
-bool spinUntil(const std::function<bool()>& done, int ms) {
-  QElapsedTimer t;
-  t.start();
-  while (!done()) {
-    if (t.elapsed() > ms) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    QThread::msleep(5);
-  }
-  return true;
 }
 
 void save(QWidget& w, const QString& dir, const QString& name) {
