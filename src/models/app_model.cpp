@@ -141,6 +141,26 @@ void AppModel::setCreatingSet(bool creating) {
   emit isCreatingSetChanged();
 }
 
+void AppModel::setAddingApp(bool adding, int step) {
+  step = adding ? std::clamp(step, 0, 4) : 0;
+  if (isAddingApp_ == adding && addAppStep_ == step) return;
+  isAddingApp_ = adding;
+  addAppStep_ = step;
+  emit isAddingAppChanged();
+}
+
+void AppModel::setEditingApp(std::optional<std::string> appId) {
+  if (editingApp_ == appId) return;
+  editingApp_ = std::move(appId);
+  emit editingAppChanged();
+}
+
+void AppModel::setAddingPage(bool adding) {
+  if (isAddingPage_ == adding) return;
+  isAddingPage_ = adding;
+  emit isAddingPageChanged();
+}
+
 void AppModel::setConnection(ConnectionState state) {
   if (connection_ == state) return;
   connection_ = std::move(state);

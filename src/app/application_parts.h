@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QSettings>
+#include <QString>
+
+#include "app/dialog_file_saver.h"
+#include "models/api_client.h"
+#include "models/app_model.h"
+#include "models/canvas_model.h"
+#include "models/editor_model.h"
+#include "models/gallery_model.h"
+#include "models/image_store.h"
+#include "models/model_clock.h"
+#include "routes/local_service.h"
+
+namespace vells::app {
+
+// Every long-lived object below the windows, built in the order they depend
+// on one another and destroyed in reverse: the backend with its script host
+// and render pool, the client, and the models. main() makes one and hands
+// its parts to the windows.
+struct ApplicationParts {
+  explicit ApplicationParts(const QString& settingsFile, routes::LocalServiceOptions options = {});
+  ApplicationParts(const ApplicationParts&) = delete;
+  ApplicationParts& operator=(const ApplicationParts&) = delete;
+
+  QString libraryPath;
+  QSettings settings;
+  routes::LocalService service;
+  models::QtTimerClock clock;
+  models::APIClient client;
+  models::ImageStore images;
+  models::AppModel app;
+  DialogFileSaver saver;
+  models::EditorModel editor;
+  models::CanvasModel canvas;
+  models::GalleryModel gallery;
+};
+
+}  // namespace vells::app
