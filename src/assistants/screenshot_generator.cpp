@@ -669,6 +669,15 @@ void ScreenshotGenerator::draw(const QJsonObject& reply, const QString& page, bo
     for (auto it = byOS.begin(); it != byOS.end(); ++it) {
       const auto os = deviceOSFromRaw(utf8(it.key()));
       if (!os || !it.value().isString()) continue;
+      if (update) {
+        // An update redraws the page's stored slots of that platform.
+        const auto page = updatePages_.find(job->page);
+        if (page == updatePages_.end()) continue;
+        for (const ScreenSlotKey& slot : page->second.slotKeys) {
+          if (slot.os == *os) job->screens.push_back({slot, it.value().toString()});
+        }
+        continue;
+      }
       for (ThemeName theme : appearances_)
         addScreen(*os, std::nullopt, theme, it.value().toString());
     }
