@@ -254,9 +254,3 @@ TEST_F(GenerateCommandTest, StopMidJobLeavesNoProcessAndNoChange) {
 }
 
 }  // namespace
-
-int main(int argc, char** argv) {
-  QCoreApplication app(argc, argv);
-  ::testing::InitGoogleTest(&argc, argv);
-  return RUN_ALL_TESTS();
-}
