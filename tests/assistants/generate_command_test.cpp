@@ -18,14 +18,6 @@ namespace {
 
 const QString kFixtures = QStringLiteral(VELLS_TEST_FIXTURES "/generate");
 
-bool processAlive(qint64 pid) {
-  QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-  if (!stat.open(QIODevice::ReadOnly)) return false;
-  const QByteArray line = stat.readAll();
-  const qsizetype close = line.lastIndexOf(')');
-  return close > 0 && close + 2 < line.size() && line[close + 2] != 'Z';
-}
-
 struct Outcome {
   int code = -1;
   QByteArray out;

@@ -14,14 +14,6 @@ namespace {
 using Phase = ScreenshotGenerator::Phase;
 using Kind = ScreenshotGenerator::PageState::Kind;
 
-bool processAlive(qint64 pid) {
-  QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-  if (!stat.open(QIODevice::ReadOnly)) return false;
-  const QByteArray line = stat.readAll();
-  const qsizetype close = line.lastIndexOf(')');
-  return close > 0 && close + 2 < line.size() && line[close + 2] != 'Z';
-}
-
 const QString kScreenReply = QStringLiteral(
     "reply {\"titles\":{\"en\":\"Hello\"},\"screens\":{\"ios\":\"<html><body>hi</body></html>\"}}");
 
