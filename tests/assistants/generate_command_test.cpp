@@ -238,8 +238,9 @@ TEST_F(GenerateCommandTest, StopMidJobLeavesNoProcessAndNoChange) {
   EXPECT_TRUE(generate.readAllStandardError().contains("Stopped — nothing was saved."));
   for (const QJsonObject& e : tools.log()) {
     for (const char* key : {"pid", "grandchild"}) {
-      if (e.contains(QLatin1String(key)))
+      if (e.contains(QLatin1String(key))) {
         EXPECT_FALSE(processAlive(e.value(QLatin1String(key)).toInteger())) << key;
+      }
     }
   }
   EXPECT_EQ(documents(set), before);
