@@ -13,6 +13,7 @@
 
 #include "capture/device_capture.h"
 #include "cli/capture_command.h"
+#include "cli/generate_command.h"
 #include "cli/import_command.h"
 #endif
 
@@ -33,6 +34,7 @@ const char* const kHelp =
     "  capture --device ID --set ID --page ID\n"
     "                        store a device's screen, with a clean status bar\n"
     "  import DIR --set ID   file a folder of screenshots under the set's pages\n"
+    "  generate --folder DIR make a set's screens from an app's source code\n"
 #endif
     "\n"
     "Run 'vellora-cli COMMAND --help' for a command's options.\n"
@@ -59,7 +61,7 @@ int main(int argc, char** argv) {
   const bool known = command == "request" || command == "export" || command == "demo" ||
                      command == "check"
 #ifdef VELLS_WITH_CAPTURE
-                     || command == "capture" || command == "import"
+                     || command == "capture" || command == "import" || command == "generate"
 #endif
       ;
   if (!known) {
@@ -69,6 +71,11 @@ int main(int argc, char** argv) {
   vells::routes::LocalService service = vells::routes::makeLocalService();
   auto& backend = *service.backend;
 #ifdef VELLS_WITH_CAPTURE
+  if (command == "generate") {
+    // The AI tools run as child processes, and the job lives on the event loop.
+    QCoreApplication app(argc, argv);
+    return vells::cli::generateCommand(args, backend, std::cout, std::cerr);
+  }
   if (command == "capture" || command == "import") {
     // The device tools run as child processes, which Qt wants an application object for.
     QCoreApplication app(argc, argv);

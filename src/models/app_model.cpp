@@ -20,13 +20,6 @@ constexpr const char* keySet = "active.set";
 constexpr const char* keyPage = "active.page";
 constexpr const char* keyLocale = "active.locale";
 
-QString codeFolderKey(const std::string& appId) {
-  return QString::fromStdString("app.codeFolder." + appId);
-}
-QString generatedFilesKey(const std::string& setId) {
-  return QString::fromStdString("generated.files." + setId);
-}
-
 QString q(const std::string& s) {
   return QString::fromStdString(s);
 }
@@ -240,6 +233,14 @@ const AppSummary* AppModel::findApp(const std::optional<std::string>& appId) con
   auto it = std::find_if(config_->apps->begin(), config_->apps->end(),
                          [&](const AppSummary& a) { return a.appId == *appId; });
   return it == config_->apps->end() ? nullptr : &*it;
+}
+
+QString AppModel::codeFolderKey(const std::string& appId) {
+  return QString::fromStdString("app.codeFolder." + appId);
+}
+
+QString AppModel::generatedFilesKey(const std::string& setId) {
+  return QString::fromStdString("generated.files." + setId);
 }
 
 std::optional<std::string> AppModel::codeFolder(const std::string& appId) const {

@@ -82,6 +82,12 @@ class AppModel : public QObject {
   std::optional<std::string> iconURL(const AppSummary* app) const;
   std::vector<std::string> appStoreScreenshots(int width, const std::string& format) const;
 
+  // The preference that maps a generated set's page ids to the files of
+  // their views in the app's code (a QVariantMap).
+  static QString generatedFilesKey(const std::string& setId);
+  // The preference that holds an app's code folder.
+  static QString codeFolderKey(const std::string& appId);
+
   // The folder of an app's source code, as the user chose it.
   std::optional<std::string> codeFolder(const std::string& appId) const;
   void setCodeFolder(const std::string& appId, const std::string& folder);

@@ -15,6 +15,15 @@
 //   hang             sleep forever
 //   exit CODE        end with CODE
 // Without a script it prints a short valid answer in its tool's dialect.
+// Scenario mode (the generation tests): $FAKE_AI_SCENARIO names a file of
+// blocks "WHEN NEEDLE" … "END"; the first block whose NEEDLE occurs in an
+// argument is played. Besides the directives above a block may say
+//   session ID       the tool's conversation id (default "<tool>-session")
+//   read PATH        report a Read of PATH
+//   reply TEXT       end with TEXT as the tool's reply
+//   reply-file PATH  end with the file's text as the reply ({{CWD}} becomes
+//                    the working folder)
+// and the run logs {"end": pid} when it exits by itself.
 // `--version` prints $FAKE_AI_VERSION when set ("hang" hangs), else a version
 // line in the tool's style.
 
@@ -26,6 +35,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -126,6 +136,101 @@ std::string defaultStream(const std::string& tool) {
          "\n";
 }
 
+// --- scenario mode (generation) ---
+
+std::string readAll(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::string replaceAll(std::string text, const std::string& from, const std::string& to) {
+  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+  return text;
+}
+
+void writeEvent(const nlohmann::json& event) {
+  writeAll(event.dump() + "\n");
+}
+
+void writeReply(const std::string& tool, const std::string& session, const std::string& reply) {
+  if (tool == "claude") {
+    writeEvent({{"type", "system"}, {"subtype", "init"}, {"session_id", session}});
+    writeEvent(
+        {{"type", "result"}, {"result", reply}, {"is_error", false}, {"session_id", session}});
+  } else if (tool == "codex") {
+    writeEvent({{"type", "thread.started"}, {"thread_id", session}});
+    writeEvent(
+        {{"type", "item.completed"}, {"item", {{"type", "agent_message"}, {"text", reply}}}});
+  } else {
+    writeEvent({{"type", "init"}, {"session_id", session}});
+    writeEvent({{"type", "message"}, {"role", "assistant"}, {"content", reply}});
+    writeEvent({{"type", "result"}, {"status", "success"}});
+  }
+}
+
+void writeRead(const std::string& tool, const std::string& path) {
+  if (tool != "claude") return;
+  writeEvent({{"type", "assistant"},
+              {"message",
+               {{"content", nlohmann::json::array({{{"type", "tool_use"},
+                                                    {"name", "Read"},
+                                                    {"input", {{"file_path", path}}}}})}}}});
+}
+
+// The block of the scenario file whose needle the arguments hold, if any.
+std::optional<std::string> scenarioBlock(const std::string& file,
+                                         const std::vector<std::string>& arguments) {
+  std::istringstream lines(readAll(file));
+  std::string line;
+  std::optional<std::string> needle;
+  std::string block;
+  while (std::getline(lines, line)) {
+    if (!needle && line.rfind("WHEN ", 0) == 0) {
+      needle = line.substr(5);
+      block.clear();
+    } else if (needle && line == "END") {
+      for (const std::string& argument : arguments) {
+        if (argument.find(*needle) != std::string::npos) return block;
+      }
+      needle.reset();
+    } else if (needle) {
+      block += line + "\n";
+    }
+  }
+  return std::nullopt;
+}
+
+int playScenario(const std::string& tool, const std::string& block) {
+  char cwd[4096] = {};
+  const std::string folder = ::getcwd(cwd, sizeof cwd) ? cwd : "";
+  std::string session = tool + "-session";
+  std::istringstream lines(block);
+  std::string line;
+  int code = 0;
+  while (std::getline(lines, line)) {
+    const size_t space = line.find(' ');
+    const std::string word = line.substr(0, space);
+    const std::string rest = space == std::string::npos ? "" : line.substr(space + 1);
+    if (word == "session") {
+      session = rest;
+    } else if (word == "read") {
+      writeRead(tool, rest);
+    } else if (word == "reply") {
+      writeReply(tool, session, rest);
+    } else if (word == "reply-file") {
+      writeReply(tool, session, replaceAll(readAll(rest), "{{CWD}}", folder));
+    } else {
+      code = play(line + "\n");
+      if (word == "exit") break;
+    }
+  }
+  logLine({{"end", ::getpid()}});
+  return code;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -157,6 +262,10 @@ int main(int argc, char** argv) {
            {"path", path ? path : ""},
            {"pgid", ::getpgrp()},
            {"pid", ::getpid()}});
+
+  if (const char* scenario = std::getenv("FAKE_AI_SCENARIO")) {
+    if (const auto block = scenarioBlock(scenario, arguments)) return playScenario(tool, *block);
+  }
 
   const std::string marker = "FAKE SCRIPT\n";
   for (const std::string& argument : arguments) {
