@@ -319,16 +319,18 @@ void EditorModel::flushTextSave(std::function<void()> done) {
 }
 
 void EditorModel::setTitle(const std::string& text, const std::string& page,
-                           const std::string& locale, AppModel& app) {
+                           const std::string& locale, AppModel& app,
+                           std::function<void()> done) {
   if (app.activePage() == page && app.activeLocale() == locale) {
     setTitleText(text);
-    return;
+    return call(done);
   }
-  if (!texts_) return;
+  if (!texts_) return call(done);
   (*texts_)[page][locale].title = text;
   emit textsChanged();
-  app.client().saveTexts(app.activeSet(), *texts_, this, [this](APIResult<Done> r) {
+  app.client().saveTexts(app.activeSet(), *texts_, this, [this, done](APIResult<Done> r) {
     if (!r) showError(r.error());
+    call(done);
   });
 }
 
