@@ -280,7 +280,8 @@ struct Applier : std::enable_shared_from_this<Applier> {
     auto id = op.stringAt("id");
     if (!id) return;
     auto list = canvas.layers();
-    auto it = std::find_if(list.begin(), list.end(), [&](const VellLayer& l) { return l.id == *id; });
+    auto it =
+        std::find_if(list.begin(), list.end(), [&](const VellLayer& l) { return l.id == *id; });
     if (it == list.end()) return;
     const std::string name = models::CanvasModel::displayName(*it);
     list.erase(it);
@@ -296,29 +297,29 @@ struct Applier : std::enable_shared_from_this<Applier> {
     const double height = numberAt(op, "height").value_or(120);
     const auto name = op.stringAt("name");
     auto self = shared_from_this();
-    app.client().renderLayerHTML(
-        set, *html, width, height, receiver,
-        [self, op, width, name](models::APIResult<std::string> answer) {
-          if (!answer) {
-            self->result.lines.push_back("Couldn\u2019t make " + name.value_or("a layer") + ": " +
-                                         answer.error().what());
-            return self->resume();
-          }
-          if (!self->app.activePage()) return self->resume();
-          const CanvasSize size = compositeSize(self->app.os());
-          VellLayer layer;
-          layer.id = models::CanvasModel::newLayerId();
-          layer.kind = VellLayer::Kind::image;
-          layer.asset = answer.value();
-          layer.x = numberAt(op, "x").value_or(size.width * 0.5);
-          layer.y = numberAt(op, "y").value_or(size.height * 0.5);
-          layer.w = numberAt(op, "w").value_or(width);
-          layer.name = name;
-          layer.front = op.boolAt("front").value_or(true);
-          self->append(layer);
-          self->result.lines.push_back("Made " + name.value_or("a layer"));
-          self->resume();
-        });
+    app.client().renderLayerHTML(set, *html, width, height, receiver,
+                                 [self, op, width, name](models::APIResult<std::string> answer) {
+                                   if (!answer) {
+                                     self->result.lines.push_back("Couldn\u2019t make " +
+                                                                  name.value_or("a layer") + ": " +
+                                                                  answer.error().what());
+                                     return self->resume();
+                                   }
+                                   if (!self->app.activePage()) return self->resume();
+                                   const CanvasSize size = compositeSize(self->app.os());
+                                   VellLayer layer;
+                                   layer.id = models::CanvasModel::newLayerId();
+                                   layer.kind = VellLayer::Kind::image;
+                                   layer.asset = answer.value();
+                                   layer.x = numberAt(op, "x").value_or(size.width * 0.5);
+                                   layer.y = numberAt(op, "y").value_or(size.height * 0.5);
+                                   layer.w = numberAt(op, "w").value_or(width);
+                                   layer.name = name;
+                                   layer.front = op.boolAt("front").value_or(true);
+                                   self->append(layer);
+                                   self->result.lines.push_back("Made " + name.value_or("a layer"));
+                                   self->resume();
+                                 });
     return true;
   }
 
@@ -361,7 +362,8 @@ struct Applier : std::enable_shared_from_this<Applier> {
     LayoutFollow::follow(app.client(), set, page, os, theme, locale, snapshot->second, skip,
                          receiver, [self, page, i, anyLine](std::optional<std::string> line) {
                            if (line) {
-                             if (page != self->app.activePage()) *line += " (" + self->label(page) + ")";
+                             if (page != self->app.activePage())
+                               *line += " (" + self->label(page) + ")";
                              self->result.lines.push_back(*line);
                            }
                            self->followPage(i + 1, anyLine || line.has_value());

@@ -78,8 +78,8 @@ std::string chatState(models::CanvasModel& canvas, const std::string& page,
     }
   }
   JSONValue pageEntry = idAndName(page, found ? found->label : page);
-  pageEntry["screen"] = found && found->source == PageSource::upload ? "uploaded screenshot"
-                                                                    : "built-in app screen";
+  pageEntry["screen"] =
+      found && found->source == PageSource::upload ? "uploaded screenshot" : "built-in app screen";
   state["page"] = std::move(pageEntry);
   state["language"] = locale;
   JSONValue::Array languages;

@@ -54,8 +54,7 @@ std::string word(ThemeName theme) {
 
 }  // namespace
 
-EditorChat::EditorChat(QString setId, models::CanvasModel& canvas, ChatTools tools,
-                       QObject* parent)
+EditorChat::EditorChat(QString setId, models::CanvasModel& canvas, ChatTools tools, QObject* parent)
     : QObject(parent), setId_(std::move(setId)), canvas_(canvas), tools_(std::move(tools)) {}
 
 EditorChat::~EditorChat() = default;
@@ -171,13 +170,13 @@ void EditorChat::prepareFolder(std::uint64_t turn, const std::string& page,
   const QString picture = folder_->filePath(kPictureName);
   QFile::remove(picture);
   models::AppModel& app = canvas_.app();
-  const auto url = models::APIClient::url("/composite",
-                                          {{"set", app.activeSet()},
-                                           {"page", page},
-                                           {"os", word(app.os())},
-                                           {"theme", word(app.theme())},
-                                           {"locale", app.activeLocale()},
-                                           {"v", std::to_string(app.renderVersion())}});
+  const auto url =
+      models::APIClient::url("/composite", {{"set", app.activeSet()},
+                                            {"page", page},
+                                            {"os", word(app.os())},
+                                            {"theme", word(app.theme())},
+                                            {"locale", app.activeLocale()},
+                                            {"v", std::to_string(app.renderVersion())}});
   if (!url) return then();
   // Without a picture the turn goes on: the state carries the page.
   app.client().download(
@@ -185,8 +184,8 @@ void EditorChat::prepareFolder(std::uint64_t turn, const std::string& page,
       [this, turn, picture, then](models::APIResult<models::APIClient::Download> answer) {
         if (!current(turn)) return;
         if (answer) {
-          const auto jpeg = downscaledJPEG(QByteArray::fromStdString(answer.value().bytes),
-                                           kPictureWidth);
+          const auto jpeg =
+              downscaledJPEG(QByteArray::fromStdString(answer.value().bytes), kPictureWidth);
           if (jpeg) {
             QFile file(picture);
             if (!file.open(QIODevice::WriteOnly) || file.write(*jpeg) != jpeg->size()) {
@@ -267,8 +266,7 @@ void EditorChat::runEnded(std::uint64_t turn, bool ok, const QString& reply) {
   if (ending == AgentRun::Ending::stopped || ending == AgentRun::Ending::killed)
     return finish(kStopped);
   if (ending == AgentRun::Ending::timedOut) {
-    return finish(displayName(tool) +
-                  QStringLiteral(" took too long and was stopped. Try again."));
+    return finish(displayName(tool) + QStringLiteral(" took too long and was stopped. Try again."));
   }
   if (!ok && reply.isEmpty()) {
     sessionId_.reset();
@@ -346,13 +344,12 @@ void EditorChat::verifyText(std::uint64_t turn, std::set<std::string> locales,
       std::size_t n = 0;
       for (const TextProblem& p : problems)
         n += p.issues.size();
-      append(message(ChatMessage::Role::note,
-                     QStringLiteral("Text check: ") + QString::number(n) +
-                         QStringLiteral(" problem") + (n == 1 ? QString() : QStringLiteral("s")) +
-                         QStringLiteral(" — asking ") + displayName(choice->tool) +
-                         QStringLiteral(" to fix ") +
-                         (n == 1 ? QStringLiteral("it") : QStringLiteral("them")) +
-                         QLatin1Char('.')));
+      append(
+          message(ChatMessage::Role::note,
+                  QStringLiteral("Text check: ") + QString::number(n) + QStringLiteral(" problem") +
+                      (n == 1 ? QString() : QStringLiteral("s")) + QStringLiteral(" — asking ") +
+                      displayName(choice->tool) + QStringLiteral(" to fix ") +
+                      (n == 1 ? QStringLiteral("it") : QStringLiteral("them")) + QLatin1Char('.')));
       startTurn(chat_prompt::repairRequest(problems), *choice, page_);
       return then(true);
     }
@@ -390,9 +387,11 @@ void EditorChat::fitByRule(std::uint64_t turn, std::vector<TextProblem> problems
   };
   auto fitting = std::make_shared<Fitting>();
   fitting->problems = std::move(problems);
+  // The step holds itself only weakly; the fit under way holds it strongly.
   auto step = std::make_shared<std::function<void()>>();
+  std::weak_ptr<std::function<void()>> weakStep = step;
   QPointer<EditorChat> self(this);
-  *step = [self, turn, fitting, step, then] {
+  *step = [self, turn, fitting, weakStep, then] {
     if (!self || !self->current(turn)) return;
     models::AppModel& app = self->canvas_.app();
     models::EditorModel& editor = self->canvas_.editor();
@@ -400,7 +399,7 @@ void EditorChat::fitByRule(std::uint64_t turn, std::vector<TextProblem> problems
       const std::string locale = fitting->problems[fitting->next++].locale;
       models::TextFit::autoFit(
           app.client(), app.activeSet(), self->page_, app.os(), app.theme(), locale, self,
-          [fitting, step](models::TextFit::Result result) {
+          [fitting, step = weakStep.lock()](models::TextFit::Result result) {
             fitting->changes.insert(fitting->changes.end(), result.changes.begin(),
                                     result.changes.end());
             if (result.remaining) {
@@ -411,7 +410,6 @@ void EditorChat::fitByRule(std::uint64_t turn, std::vector<TextProblem> problems
           });
       return;
     }
-    *step = nullptr;  // the cycle through the shared function ends here
     // The fit wrote behind the editor, whose styles are still those before
     // it: they become the request's undo step when none was taken yet.
     if (!fitting->changes.empty()) self->takeCheckpoint();

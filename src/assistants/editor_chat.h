@@ -138,8 +138,7 @@ class EditorChat : public QObject {
                   std::function<void(bool repairing)> then);
   void measure(std::uint64_t turn, std::vector<std::string> targets, std::size_t next,
                std::shared_ptr<TextCheck> check, std::function<void()> then);
-  void fitByRule(std::uint64_t turn, std::vector<TextProblem> problems,
-                 std::function<void()> then);
+  void fitByRule(std::uint64_t turn, std::vector<TextProblem> problems, std::function<void()> then);
   void finish(const QString& error);
   void endTurn(bool well);
   void retire(std::unique_ptr<AgentRun> run);
