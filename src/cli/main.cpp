@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 
 #include "capture/device_capture.h"
+#include "cli/ask_command.h"
 #include "cli/capture_command.h"
 #include "cli/import_command.h"
 #endif
@@ -31,6 +32,8 @@ const char* const kHelp =
     "  capture --device ID --set ID --page ID\n"
     "                        store a device's screen, with a clean status bar\n"
     "  import DIR --set ID   file a folder of screenshots under the set's pages\n"
+    "  ask --set ID --page ID \"REQUEST\"\n"
+    "                        one turn of the AI chat on a page, applied and checked\n"
 #endif
     "\n"
     "Run 'vellora-cli COMMAND --help' for a command's options.\n"
@@ -56,7 +59,7 @@ int main(int argc, char** argv) {
   args.erase(args.begin());
   const bool known = command == "request" || command == "export" || command == "demo"
 #ifdef VELLS_WITH_CAPTURE
-                     || command == "capture" || command == "import"
+                     || command == "capture" || command == "import" || command == "ask"
 #endif
       ;
   if (!known) {
@@ -66,13 +69,14 @@ int main(int argc, char** argv) {
   vells::routes::LocalService service = vells::routes::makeLocalService();
   auto& backend = *service.backend;
 #ifdef VELLS_WITH_CAPTURE
-  if (command == "capture" || command == "import") {
+  if (command == "capture" || command == "import" || command == "ask") {
     // The device tools run as child processes, which Qt wants an application object for.
     QCoreApplication app(argc, argv);
     const vells::capture::BackendCall call = [&](const vells::backend::Request& request) {
       return backend.handle(request);
     };
     if (command == "import") return vells::cli::importCommand(args, call, std::cout, std::cerr);
+    if (command == "ask") return vells::cli::askCommand(args, backend, std::cout, std::cerr);
     vells::capture::DeviceCapture devices(vells::capture::DeviceTools::forThisComputer());
     return vells::cli::captureCommand(args, devices, call, std::cout, std::cerr);
   }
