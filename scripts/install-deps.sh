@@ -9,8 +9,8 @@ PACKAGES=(
   # libraries
   libsqlite3-dev nlohmann-json3-dev libssl-dev libjavascriptcoregtk-4.1-dev
   libcurl4-openssl-dev libicu-dev
-  # the application layer: Qt 6 (Core, Gui, Widgets, Test, Concurrent)
-  qt6-base-dev
+  # the application layer: Qt 6 (Core, Gui, Widgets, Test, Concurrent) and its SVG icons
+  qt6-base-dev qt6-svg-dev
   # rendering: the headless browser, image filters, and fonts for every script a page may hold
   chromium-headless-shell libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
   fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
