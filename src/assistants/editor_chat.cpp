@@ -71,6 +71,10 @@ std::optional<AITool> EditorChat::availableTool() const {
   return choice ? std::optional(choice->tool) : std::nullopt;
 }
 
+bool EditorChat::hasPage() const {
+  return canvas_.app().activePage().has_value();
+}
+
 qint64 EditorChat::runningProcess() const {
   return run_ ? run_->processId() : 0;
 }

@@ -89,6 +89,8 @@ class EditorChat : public QObject {
   bool lastTurnEndedWell() const { return endedWell_; }
   // The tool a turn would use now; asks the cached preference.
   std::optional<AITool> availableTool() const;
+  // A page is active, so a request can go.
+  bool hasPage() const;
   // The child of the running turn, 0 when none.
   qint64 runningProcess() const;
   // The working folder the tool runs in; empty before the first turn.

@@ -160,13 +160,12 @@ struct ChatStack : EditorStack {
         layers.push_back(std::move(entry));
       }
     }
-    JSONValue::Array issues;
-    for (const std::string& issue : alwaysWrong)
-      issues.push_back(issue);
+    std::vector<std::string> found = alwaysWrong;
     const JSONValue* text = texts.find("home") ? texts.find("home")->find(locale) : nullptr;
     const std::string title = text ? text->stringAt("title").value_or("") : "";
     const bool cut = locale == "de" && title.size() > longTitle;
-    if (cut) issues.push_back("The title is cut off with \u201c\u2026\u201d.");
+    if (cut) found.emplace_back("The title is cut off with \u201c\u2026\u201d.");
+    JSONValue::Array issues(found.begin(), found.end());
     JSONValue report = JSONValue::object();
     report["issues"] = std::move(issues);
     report["layers"] = std::move(layers);
