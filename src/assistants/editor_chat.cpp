@@ -165,7 +165,7 @@ void EditorChat::startTurn(const QString& request, const ToolPreference::Choice&
 }
 
 void EditorChat::prepareFolder(std::uint64_t turn, const std::string& page,
-                               std::function<void()> then) {
+                               const std::function<void()>& then) {
   try {
     if (!folder_) folder_ = std::make_unique<RunFolder>(QStringLiteral("vells-chat-") + setId_);
   } catch (const AssistantError& e) {
@@ -329,8 +329,8 @@ void EditorChat::takeCheckpoint() {
 
 // --- the text check ---
 
-void EditorChat::verifyText(std::uint64_t turn, std::set<std::string> locales,
-                            std::function<void(bool repairing)> then) {
+void EditorChat::verifyText(std::uint64_t turn, const std::set<std::string>& locales,
+                            const std::function<void(bool repairing)>& then) {
   setActivity(kCheckingText);
   std::vector<std::string> targets;
   for (const LocaleRef& ref : canvas_.app().activeSetLocales()) {
@@ -361,8 +361,9 @@ void EditorChat::verifyText(std::uint64_t turn, std::set<std::string> locales,
   });
 }
 
-void EditorChat::measure(std::uint64_t turn, std::vector<std::string> targets, std::size_t next,
-                         std::shared_ptr<TextCheck> check, std::function<void()> then) {
+void EditorChat::measure(std::uint64_t turn, const std::vector<std::string>& targets,
+                         std::size_t next, const std::shared_ptr<TextCheck>& check,
+                         const std::function<void()>& then) {
   if (next == targets.size()) return then();
   models::AppModel& app = canvas_.app();
   const std::string locale = targets[next];
@@ -381,7 +382,7 @@ void EditorChat::measure(std::uint64_t turn, std::vector<std::string> targets, s
 }
 
 void EditorChat::fitByRule(std::uint64_t turn, std::vector<TextProblem> problems,
-                           std::function<void()> then) {
+                           const std::function<void()>& then) {
   setActivity(kFittingText);
   struct Fitting {
     std::vector<TextProblem> problems;

@@ -132,15 +132,17 @@ class EditorChat : public QObject {
   void setRunning(bool running);
   void startTurn(const QString& request, const ToolPreference::Choice& choice,
                  const std::string& page);
-  void prepareFolder(std::uint64_t turn, const std::string& page, std::function<void()> then);
+  void prepareFolder(std::uint64_t turn, const std::string& page,
+                     const std::function<void()>& then);
   void launch(std::uint64_t turn, const QString& prompt, const ToolPreference::Choice& choice);
   void runEnded(std::uint64_t turn, bool ok, const QString& reply);
   void complete(std::uint64_t turn);
-  void verifyText(std::uint64_t turn, std::set<std::string> locales,
-                  std::function<void(bool repairing)> then);
-  void measure(std::uint64_t turn, std::vector<std::string> targets, std::size_t next,
-               std::shared_ptr<TextCheck> check, std::function<void()> then);
-  void fitByRule(std::uint64_t turn, std::vector<TextProblem> problems, std::function<void()> then);
+  void verifyText(std::uint64_t turn, const std::set<std::string>& locales,
+                  const std::function<void(bool repairing)>& then);
+  void measure(std::uint64_t turn, const std::vector<std::string>& targets, std::size_t next,
+               const std::shared_ptr<TextCheck>& check, const std::function<void()>& then);
+  void fitByRule(std::uint64_t turn, std::vector<TextProblem> problems,
+                 const std::function<void()>& then);
   void finish(const QString& error);
   void endTurn(bool well);
   void retire(std::unique_ptr<AgentRun> run);

@@ -14,15 +14,6 @@
 namespace vells::assistants {
 namespace {
 
-// Alive and not a zombie waiting to be reaped.
-bool processAlive(qint64 pid) {
-  QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-  if (!stat.open(QIODevice::ReadOnly)) return false;
-  const QByteArray line = stat.readAll();
-  const qsizetype close = line.lastIndexOf(')');
-  return close > 0 && close + 2 < line.size() && line[close + 2] != 'Z';
-}
-
 QString script(const QString& directives) {
   return QStringLiteral("Change the page.\nFAKE SCRIPT\n") + directives;
 }

@@ -21,14 +21,6 @@ using assistants::EditorChat;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-bool processAlive(qint64 pid) {
-  QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-  if (!stat.open(QIODevice::ReadOnly)) return false;
-  const QByteArray line = stat.readAll();
-  const qsizetype close = line.lastIndexOf(')');
-  return close > 0 && close + 2 < line.size() && line[close + 2] != 'Z';
-}
-
 QStringList argv(const QJsonObject& run) {
   QStringList out;
   for (const auto& v : run[QStringLiteral("argv")].toArray())

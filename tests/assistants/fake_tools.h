@@ -66,6 +66,15 @@ class FakeTools {
   QTemporaryDir home_;
 };
 
+// Alive and not a zombie waiting to be reaped.
+inline bool processAlive(qint64 pid) {
+  QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+  if (!stat.open(QIODevice::ReadOnly)) return false;
+  const QByteArray line = stat.readAll();
+  const qsizetype close = line.lastIndexOf(')');
+  return close > 0 && close + 2 < line.size() && line[close + 2] != 'Z';
+}
+
 // Runs the event loop until `done` holds or the time is up; returns `done()`.
 inline bool waitUntil(const std::function<bool()>& done,
                       std::chrono::milliseconds limit = std::chrono::seconds(15)) {
