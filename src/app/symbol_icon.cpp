@@ -65,6 +65,7 @@ constexpr auto kSymbols = std::to_array<std::pair<const char*, const char*>>({
     {"square.dashed", "square-dashed"},
     {"square.stack.3d.up", "layers"},
     {"square.stack.3d.up.fill", "layers"},
+    {"ruler", "ruler"},
     {"square.on.square", "copy"},
     {"square.grid.2x2", "layout-grid"},
     {"stop.circle", "circle-stop"},

@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 
 #include "capture/device_capture.h"
+#include "cli/ask_command.h"
 #include "cli/capture_command.h"
 #include "cli/generate_command.h"
 #include "cli/import_command.h"
@@ -35,6 +36,8 @@ const char* const kHelp =
     "                        store a device's screen, with a clean status bar\n"
     "  import DIR --set ID   file a folder of screenshots under the set's pages\n"
     "  generate --folder DIR make a set's screens from an app's source code\n"
+    "  ask --set ID --page ID \"REQUEST\"\n"
+    "                        one turn of the AI chat on a page, applied and checked\n"
 #endif
     "\n"
     "Run 'vellora-cli COMMAND --help' for a command's options.\n"
@@ -61,7 +64,8 @@ int main(int argc, char** argv) {
   const bool known = command == "request" || command == "export" || command == "demo" ||
                      command == "check"
 #ifdef VELLS_WITH_CAPTURE
-                     || command == "capture" || command == "import" || command == "generate"
+                     || command == "capture" || command == "import" || command == "generate" ||
+                     command == "ask"
 #endif
       ;
   if (!known) {
@@ -76,13 +80,14 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     return vells::cli::generateCommand(args, backend, std::cout, std::cerr);
   }
-  if (command == "capture" || command == "import") {
+  if (command == "capture" || command == "import" || command == "ask") {
     // The device tools run as child processes, which Qt wants an application object for.
     QCoreApplication app(argc, argv);
     const vells::capture::BackendCall call = [&](const vells::backend::Request& request) {
       return backend.handle(request);
     };
     if (command == "import") return vells::cli::importCommand(args, call, std::cout, std::cerr);
+    if (command == "ask") return vells::cli::askCommand(args, backend, std::cout, std::cerr);
     vells::capture::DeviceCapture devices(vells::capture::DeviceTools::forThisComputer());
     return vells::cli::captureCommand(args, devices, call, std::cout, std::cerr);
   }

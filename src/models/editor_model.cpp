@@ -319,16 +319,20 @@ void EditorModel::flushTextSave(std::function<void()> done) {
 }
 
 void EditorModel::setTitle(const std::string& text, const std::string& page,
-                           const std::string& locale, AppModel& app) {
+                           const std::string& locale, AppModel& app, std::function<void()> done) {
   if (app.activePage() == page && app.activeLocale() == locale) {
     setTitleText(text);
-    return;
+    return call(done);
   }
-  if (!texts_) return;
+  if (!texts_) return call(done);
   (*texts_)[page][locale].title = text;
+  // A text still waiting carries the whole document: without this title it
+  // would take it back out when it goes.
+  if (pending_ && pending_->set == app.activeSet()) pending_->texts = *texts_;
   emit textsChanged();
-  app.client().saveTexts(app.activeSet(), *texts_, this, [this](APIResult<Done> r) {
+  app.client().saveTexts(app.activeSet(), *texts_, this, [this, done](APIResult<Done> r) {
     if (!r) showError(r.error());
+    call(done);
   });
 }
 

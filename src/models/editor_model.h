@@ -97,8 +97,10 @@ class EditorModel : public QObject {
                       StyleTarget target, AppModel& app);
 
   // --- texts ---
+  // On the page and language on screen it only sets the title as typed;
+  // elsewhere it saves the texts, and `done` runs once that save has ended.
   void setTitle(const std::string& text, const std::string& page, const std::string& locale,
-                AppModel& app);
+                AppModel& app, std::function<void()> done = {});
   void scheduleTextSave(AppModel& app);
   // Sends a waiting text now; `done` runs when it has landed or failed.
   void flushTextSave(std::function<void()> done = {});

@@ -24,6 +24,10 @@
 //   reply-file PATH  end with the file's text as the reply ({{CWD}} becomes
 //                    the working folder)
 // and the run logs {"end": pid} when it exits by itself.
+//
+// Conversations: when $FAKE_AI_QUEUE names a folder, a run whose arguments
+// hold no script plays the first file of that folder in name order (and
+// removes it), so the turns of one conversation can each have their own.
 // `--version` prints $FAKE_AI_VERSION when set ("hang" hangs), else a version
 // line in the tool's style.
 
@@ -31,8 +35,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -231,6 +237,25 @@ int playScenario(const std::string& tool, const std::string& block) {
   return code;
 }
 
+// --- conversations: a queue of scripts, one per run ---
+
+std::optional<std::string> nextQueued() {
+  const char* folder = std::getenv("FAKE_AI_QUEUE");
+  if (!folder) return std::nullopt;
+  std::vector<std::filesystem::path> files;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    if (entry.is_regular_file()) files.push_back(entry.path());
+  }
+  if (files.empty()) return std::nullopt;
+  std::sort(files.begin(), files.end());
+  std::ifstream file(files.front());
+  std::stringstream script;
+  script << file.rdbuf();
+  std::filesystem::remove(files.front(), error);
+  return script.str();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -272,6 +297,7 @@ int main(int argc, char** argv) {
     const size_t at = argument.find(marker);
     if (at != std::string::npos) return play(argument.substr(at + marker.size()));
   }
+  if (auto queued = nextQueued()) return play(*queued);
   writeAll(defaultStream(tool));
   return 0;
 }
