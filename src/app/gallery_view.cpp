@@ -100,7 +100,7 @@ GalleryView::GalleryView(models::GalleryModel& gallery, models::AppModel& app,
   dismiss_->setAccessibleName(tr("Dismiss"));
   dismiss_->setAutoRaise(true);
   dismiss_->setIconSize(QSize(14, 14));
-  noticeRow->addWidget(noticeIcon_, 0, Qt::AlignTop | Qt::AlignLeft);
+  noticeRow->addWidget(noticeIcon_, 0, Qt::AlignVCenter);
   noticeRow->addWidget(notice_, 1);
   noticeRow->addWidget(reveal_);
   noticeRow->addWidget(dismiss_);
