@@ -21,10 +21,6 @@ namespace vells::app {
 
 namespace {
 
-QString platformName(DeviceOS os) {
-  return os == DeviceOS::ios ? QStringLiteral("iOS") : QStringLiteral("Android");
-}
-
 QColor backdropOf(const QPalette& palette) {
   const QColor window = palette.color(QPalette::Window);
   return window.lightness() > 128 ? window.darker(106) : window.darker(130);
@@ -350,9 +346,10 @@ void GalleryView::refreshBanner() {
     // An answer about an earlier set or platform says nothing about this one.
     if (asked != std::tuple(app_.activeSet(), app_.os(), app_.renderVersion()) || !os) return;
     elsewhere_ = os;
-    bannerText_->setText(tr("This set's screens are for %1. Drop screenshots here to add %2 ones.")
-                             .arg(platformName(*os), platformName(app_.os())));
-    bannerButton_->setText(tr("Show %1").arg(platformName(*os)));
+    bannerText_->setText(
+        tr("This set's screens are for %1. Drop screenshots here to add %2 ones.")
+            .arg(ScreenDropTarget::platformName(*os), ScreenDropTarget::platformName(app_.os())));
+    bannerButton_->setText(tr("Show %1").arg(ScreenDropTarget::platformName(*os)));
     banner_->show();
   });
 }

@@ -23,10 +23,6 @@ QStringList localPaths(const QMimeData* data) {
   return paths;
 }
 
-QString platformName(DeviceOS os) {
-  return os == DeviceOS::ios ? QStringLiteral("iOS") : QStringLiteral("Android");
-}
-
 }  // namespace
 
 ScreenDropTarget::ScreenDropTarget(models::AppModel& app, capture::ScreenImportModel& importer,
@@ -48,6 +44,10 @@ ScreenDropTarget::ScreenDropTarget(models::AppModel& app, capture::ScreenImportM
     app_.bumpRenderVersion();
     emit reported(report);
   });
+}
+
+QString ScreenDropTarget::platformName(DeviceOS os) {
+  return os == DeviceOS::ios ? QStringLiteral("iOS") : QStringLiteral("Android");
 }
 
 bool ScreenDropTarget::accepting() const {

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include "document/records.h"
+
 namespace vells::models {
 class AppModel;
 }
@@ -32,6 +34,8 @@ class ScreenDropTarget : public QObject {
   void drop(const QStringList& paths);
   // Drops are taken only while a set that can change is active.
   bool accepting() const;
+  // "iOS" or "Android", as the drop's words and the gallery's banner name them.
+  static QString platformName(DeviceOS os);
   bool highlighted() const { return !highlight_->isHidden(); }
   QString highlightText() const { return highlight_->text(); }
 
