@@ -26,7 +26,7 @@ QString filterFor(const QString& name) {
 DialogFileSaver::DialogFileSaver(QWidget* window, QObject* parent)
     : QObject(parent), window_(window) {
   ask_ = [this](const QString& name, std::function<void(QString)> answer) {
-    askWithDialog(name, std::move(answer));
+    askWithDialog(name, answer);
   };
 }
 
@@ -34,7 +34,7 @@ DialogFileSaver::DialogFileSaver(Ask ask, QObject* parent)
     : QObject(parent), ask_(std::move(ask)) {}
 
 void DialogFileSaver::askWithDialog(const QString& suggestedName,
-                                    std::function<void(QString)> answer) {
+                                    const std::function<void(QString)>& answer) {
   if (folder_.isEmpty()) {
     folder_ = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
     if (folder_.isEmpty()) folder_ = QDir::homePath();

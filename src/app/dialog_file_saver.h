@@ -36,7 +36,7 @@ class DialogFileSaver : public QObject, public models::FileSaver {
   static std::optional<std::string> write(const QString& path, const std::string& bytes);
 
  private:
-  void askWithDialog(const QString& suggestedName, std::function<void(QString)> answer);
+  void askWithDialog(const QString& suggestedName, const std::function<void(QString)>& answer);
 
   QPointer<QWidget> window_;
   Ask ask_;

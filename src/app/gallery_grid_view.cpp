@@ -32,7 +32,7 @@ constexpr qreal kRadius = 8;
 // the oldest work is simply redone.
 constexpr std::size_t kScaledLimit = 600;
 
-QColor mix(const QColor& a, const QColor& b, qreal t) {
+QColor mix(const QColor& a, const QColor& b, float t) {
   return QColor::fromRgbF(a.redF() + (b.redF() - a.redF()) * t,
                           a.greenF() + (b.greenF() - a.greenF()) * t,
                           a.blueF() + (b.blueF() - a.blueF()) * t);
@@ -236,7 +236,7 @@ std::optional<QImage> GalleryGridView::thumbnail(const std::string& locale,
   if (auto image = images_.cached(*url)) return image;
   if (failed_.contains(*url) || requested_.contains(*url)) return std::nullopt;
   requested_.insert(*url);
-  images_.image(*url, this, [this, key = *url](std::optional<QImage> image) {
+  images_.image(*url, this, [this, key = *url](const std::optional<QImage>& image) {
     requested_.erase(key);
     if (!image) failed_.insert(key);
     update();
@@ -249,7 +249,7 @@ void GalleryGridView::paintEvent(QPaintEvent* event) {
   painter.setRenderHint(QPainter::Antialiasing);
   const QPalette& pal = palette();
   const QColor text = pal.color(QPalette::WindowText);
-  const QColor secondary = mix(text, pal.color(QPalette::Window), 0.45);
+  const QColor secondary = mix(text, pal.color(QPalette::Window), 0.45F);
   const QRect dirty = event->rect();
 
   for (std::size_t s = 0; s < sections_.size(); ++s) {
@@ -297,7 +297,7 @@ void GalleryGridView::paintEvent(QPaintEvent* event) {
                             kRadius + spread, kRadius + spread);
       painter.fillPath(shadow, QColor(0, 0, 0, 10));
     }
-    painter.fillPath(path, mix(pal.color(QPalette::Base), text, 0.08));
+    painter.fillPath(path, mix(pal.color(QPalette::Base), text, 0.08F));
     if (image) {
       painter.setClipPath(path);
       painter.drawImage(ghost, *image);
@@ -313,7 +313,7 @@ void GalleryGridView::paintCell(QPainter& painter, const QRect& rect, const Sect
                                 int index) {
   const QPalette& pal = palette();
   const QColor text = pal.color(QPalette::WindowText);
-  const QColor secondary = mix(text, pal.color(QPalette::Window), 0.45);
+  const QColor secondary = mix(text, pal.color(QPalette::Window), 0.45F);
   const QColor accent = pal.color(QPalette::Highlight);
   const std::string& locale = section.locale.code;
   const std::string& page = section.row[index];
@@ -327,7 +327,7 @@ void GalleryGridView::paintCell(QPainter& painter, const QRect& rect, const Sect
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(path);
   } else {
-    painter.fillPath(path, mix(pal.color(QPalette::Base), text, 0.06));
+    painter.fillPath(path, mix(pal.color(QPalette::Base), text, 0.06F));
     const auto image = gallery_.isReady(locale, page) ? thumbnail(locale, page) : std::nullopt;
     const auto url = gallery_.thumbnailURL(locale, page);
     if (image && url) {
@@ -352,7 +352,7 @@ void GalleryGridView::paintCell(QPainter& painter, const QRect& rect, const Sect
       painter.setPen(secondary);
       if (state == CellState::rendering) {
         const QRectF ring(thumb.center().x() - 10, thumb.center().y() - 22, 20, 20);
-        painter.setPen(QPen(mix(secondary, pal.color(QPalette::Window), 0.6), 2));
+        painter.setPen(QPen(mix(secondary, pal.color(QPalette::Window), 0.6F), 2));
         painter.drawEllipse(ring);
         painter.setPen(QPen(secondary, 2, Qt::SolidLine, Qt::RoundCap));
         painter.drawArc(ring, -spinnerPhase_ * 30 * 16, 90 * 16);
@@ -375,7 +375,7 @@ void GalleryGridView::paintCell(QPainter& painter, const QRect& rect, const Sect
       painter.drawRoundedRect(QRectF(thumb).adjusted(-2, -2, 2, 2), kRadius + 2, kRadius + 2);
     } else {
       QColor edge = isHovered ? accent : text;
-      edge.setAlphaF(isHovered ? 0.6 : (isCurrent ? 0.35 : 0.12));
+      edge.setAlphaF(isHovered ? 0.6F : (isCurrent ? 0.35F : 0.12F));
       painter.setPen(QPen(edge, 1));
       painter.drawPath(path);
     }
