@@ -221,6 +221,20 @@ std::vector<std::string> AppModel::appStoreScreenshots(int width, const std::str
   return out;
 }
 
+std::string AppModel::pageLabel(const std::string& pageId) const {
+  auto page =
+      std::find_if(pages_.begin(), pages_.end(), [&](const SetPage& p) { return p.id == pageId; });
+  // The library stores a page given without a label under its id: that is no name of its own.
+  if (page != pages_.end() && !page->label.empty() && page->label != page->id) return page->label;
+  const std::string builtin = page != pages_.end() ? page->builtinId.value_or(pageId) : pageId;
+  if (config_) {
+    for (const PageRef& ref : config_->pages) {
+      if (ref.id == builtin && !ref.label.empty()) return ref.label;
+    }
+  }
+  return pageId;
+}
+
 const VellSet* AppModel::findSet(const std::string& id) const {
   if (!config_) return nullptr;
   auto it = std::find_if(config_->sets.begin(), config_->sets.end(),

@@ -79,6 +79,9 @@ class AppModel : public QObject {
   std::string activeSetName() const;
   QString activeSetNameText() const { return QString::fromStdString(activeSetName()); }
   bool canUseBuiltinPages() const;
+  // What a page of the active set is called: its own label, else the
+  // built-in page's, else its id.
+  std::string pageLabel(const std::string& pageId) const;
   std::optional<std::string> iconURL(const AppSummary* app) const;
   std::vector<std::string> appStoreScreenshots(int width, const std::string& format) const;
 

@@ -14,6 +14,8 @@ class FileSaver {
     Kind kind = Kind::saved;
     // Why it failed, in words; only for `failed`.
     std::string message;
+    // Where the file went, for `saved`, when the saver knows.
+    std::string path;
   };
 
   virtual ~FileSaver() = default;

@@ -223,10 +223,18 @@ void GalleryModel::regenerate() {
                            });
 }
 
-void GalleryModel::save(std::string bytes, std::string name) {
-  saver_.save(std::move(bytes), std::move(name), [this](FileSaver::Outcome outcome) {
+void GalleryModel::setExportingOne(std::optional<std::string> name) {
+  if (exportingOne_ == name) return;
+  exportingOne_ = std::move(name);
+  emit exportingChanged();
+}
+
+void GalleryModel::save(std::string bytes, std::string name, std::function<void()> then) {
+  saver_.save(std::move(bytes), name, [this, name, then](FileSaver::Outcome outcome) {
     if (outcome.kind == FileSaver::Outcome::Kind::failed) setError(outcome.message);
-    setExporting(std::nullopt);
+    if (outcome.kind == FileSaver::Outcome::Kind::saved)
+      emit exported(QString::fromStdString(outcome.path.empty() ? name : outcome.path));
+    then();
   });
 }
 
@@ -243,7 +251,7 @@ void GalleryModel::exportZip(std::optional<std::string> locale) {
       setError(zip.error().what());
       return setExporting(std::nullopt);
     }
-    save(std::move(zip.value().bytes), name);
+    save(std::move(zip.value().bytes), name, [this] { setExporting(std::nullopt); });
   });
 }
 
@@ -254,13 +262,16 @@ void GalleryModel::exportOne(const std::string& page, const std::string& locale,
   char number[16];
   std::snprintf(number, sizeof number, "%02d", index + 1);
   std::string name = locale + "-" + number + "-" + page + ".png";
+  setExportingOne(name);
   app_.client().download(*url, this, [this, name](APIResult<APIClient::Download> image) {
-    if (!image) return setError(image.error().what());
+    const auto failed = [this](const std::string& message) {
+      setError(message);
+      setExportingOne(std::nullopt);
+    };
+    if (!image) return failed(image.error().what());
     if (image.value().mime.rfind("image/", 0) != 0)
-      return setError(APIError::notAnImage(image.value().bytes).what());
-    saver_.save(std::move(image.value().bytes), name, [this](FileSaver::Outcome outcome) {
-      if (outcome.kind == FileSaver::Outcome::Kind::failed) setError(outcome.message);
-    });
+      return failed(APIError::notAnImage(image.value().bytes).what());
+    save(std::move(image.value().bytes), name, [this] { setExportingOne(std::nullopt); });
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -59,6 +60,8 @@ class GalleryModel : public QObject {
   const OrderDocument& order() const { return order_; }
   // The locale being exported, "*" for all of them.
   const std::optional<std::string>& exporting() const { return exporting_; }
+  // The file name of a single page being exported.
+  const std::optional<std::string>& exportingOne() const { return exportingOne_; }
   bool regenerating() const { return regenerating_; }
   const std::optional<std::string>& errorMessage() const { return errorMessage_; }
   void dismissError();
@@ -85,6 +88,9 @@ class GalleryModel : public QObject {
   void exportingChanged();
   void regeneratingChanged();
   void errorMessageChanged();
+  // An export was written: where it went, or the suggested name when the
+  // saver doesn't say.
+  void exported(const QString& path);
 
  private:
   struct Target {
@@ -97,7 +103,8 @@ class GalleryModel : public QObject {
   void warmNeighbours(std::uint64_t generation);
   void setError(std::optional<std::string> message);
   void setExporting(std::optional<std::string> locale);
-  void save(std::string bytes, std::string name);
+  void save(std::string bytes, std::string name, std::function<void()> then);
+  void setExportingOne(std::optional<std::string> name);
   std::optional<std::string> compositeURL(const std::string& locale, const std::string& page,
                                           bool thumb) const;
 
@@ -117,6 +124,7 @@ class GalleryModel : public QObject {
   int pendingCount_ = 0;
   OrderDocument order_;
   std::optional<std::string> exporting_;
+  std::optional<std::string> exportingOne_;
   bool regenerating_ = false;
   std::optional<std::string> errorMessage_;
 };

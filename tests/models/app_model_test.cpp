@@ -208,6 +208,23 @@ TEST(AppModelStart, StoredSelectionsThatNoLongerExistLandOnRealOnes) {
   expectValid(w2);
 }
 
+TEST(AppModelSelection, PagesAreCalledByTheirOwnLabelElseTheBuiltInPagesElseTheirId) {
+  Workspace w;
+  w.app("sample-app", {{"name", "Sample"}});
+  w.set("a1", "sample-app");
+  call(*w.lib.backend, "POST", "/api/pages?set=a1",
+       R"({"pages":[{"id":"home"},{"id":"copy","builtinId":"stats"},
+                    {"id":"mine","label":"Mine","source":"upload"},
+                    {"id":"s2","source":"upload"}]})");
+  w.settings->setValue("active.set", "a1");
+  AppModel& m = w.connected();
+  ASSERT_EQ(m.pages().size(), 4u);
+  EXPECT_EQ(m.pageLabel("home"), "Home");
+  EXPECT_EQ(m.pageLabel("copy"), "Stats");
+  EXPECT_EQ(m.pageLabel("mine"), "Mine");
+  EXPECT_EQ(m.pageLabel("s2"), "s2");
+}
+
 TEST(AppModelSelection, ALatePagesAnswerForASetTheUserLeftChangesNothing) {
   Workspace w;
   w.app("app-a", {{"name", "A"}});

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QSignalSpy>
+
 #include "backend/test_support.h"
 #include "models/app_model.h"
 #include "models/fake_transport.h"
@@ -25,7 +27,7 @@ struct FakeSaver : FileSaver {
   Outcome::Kind answer = Outcome::Kind::saved;
   void save(std::string bytes, std::string name, std::function<void(Outcome)> done) override {
     saved.emplace_back(std::move(name), std::move(bytes));
-    done(Outcome{answer, answer == Outcome::Kind::failed ? "The disk is full." : ""});
+    done(Outcome{answer, answer == Outcome::Kind::failed ? "The disk is full." : "", {}});
   }
 };
 
@@ -268,6 +270,27 @@ TEST_F(Gallery, ExportsNameTheirFilesAndOnlyRealFailuresShow) {
   ASSERT_TRUE(settle());
   EXPECT_EQ(gallery.errorMessage(), "Render failed: no device");
   EXPECT_EQ(saver.saved.size(), 4u);
+}
+
+TEST_F(Gallery, ASinglePageExportIsSeenWhileItRunsAndSaysWhereItWent) {
+  QSignalSpy exported(&gallery, &GalleryModel::exported);
+  gallery.exportOne("home", "de", 2);
+  EXPECT_EQ(gallery.exportingOne(), "de-03-home.png");
+  EXPECT_FALSE(gallery.exporting());  // the toolbar's Export All stays usable
+  ASSERT_TRUE(settle());
+  EXPECT_FALSE(gallery.exportingOne());
+  ASSERT_EQ(exported.size(), 1);
+  EXPECT_EQ(exported[0][0].toString(), QStringLiteral("de-03-home.png"));
+
+  gallery.exportOne("text", "en", 0);  // a failure ends the export too
+  ASSERT_TRUE(settle());
+  EXPECT_FALSE(gallery.exportingOne());
+  EXPECT_EQ(exported.size(), 1);
+
+  saver.answer = FileSaver::Outcome::Kind::cancelled;
+  gallery.exportZip(std::nullopt);
+  ASSERT_TRUE(settle());
+  EXPECT_EQ(exported.size(), 1);  // a cancelled save wrote nothing to speak of
 }
 
 TEST_F(Gallery, RegenerateBumpsTheVersionAndStartsOver) {
