@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "document/json_value.h"
+
 namespace vells::models {
 
 namespace {
@@ -22,6 +24,16 @@ APIError APIError::http(int status, const std::string& message) {
   std::string text = trimmed(message);
   if (text.empty()) text = "The request failed (" + std::to_string(status) + ").";
   return APIError(Kind::http, status, text);
+}
+
+std::string APIError::sentence() const {
+  std::string text = what();
+  if (kind_ == Kind::http) {
+    if (auto body = JSONValue::tryParse(text); body && body->isObject()) {
+      if (auto said = body->stringAt("error")) text = *said;
+    }
+  }
+  return text;
 }
 
 APIError APIError::notAnImage(const std::string& message) {

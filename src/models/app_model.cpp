@@ -141,6 +141,26 @@ void AppModel::setCreatingSet(bool creating) {
   emit isCreatingSetChanged();
 }
 
+void AppModel::setAddingApp(bool adding, int step) {
+  step = adding ? std::clamp(step, 0, 4) : 0;
+  if (isAddingApp_ == adding && addAppStep_ == step) return;
+  isAddingApp_ = adding;
+  addAppStep_ = step;
+  emit isAddingAppChanged();
+}
+
+void AppModel::setEditingApp(std::optional<std::string> appId) {
+  if (editingApp_ == appId) return;
+  editingApp_ = std::move(appId);
+  emit editingAppChanged();
+}
+
+void AppModel::setAddingPage(bool adding) {
+  if (isAddingPage_ == adding) return;
+  isAddingPage_ = adding;
+  emit isAddingPageChanged();
+}
+
 void AppModel::setConnection(ConnectionState state) {
   if (connection_ == state) return;
   connection_ = std::move(state);
@@ -230,6 +250,16 @@ std::optional<std::string> AppModel::codeFolder(const std::string& appId) const 
 
 void AppModel::setCodeFolder(const std::string& appId, const std::string& folder) {
   defaults_.setValue(codeFolderKey(appId), q(folder));
+}
+
+void AppModel::removeCodeFolder(const std::string& appId) {
+  defaults_.remove(codeFolderKey(appId));
+}
+
+void AppModel::setShowingCapture(bool showing) {
+  if (isShowingCapture_ == showing) return;
+  isShowingCapture_ = showing;
+  emit isShowingCaptureChanged();
 }
 
 // --- keeping the selection valid ---
@@ -469,15 +499,9 @@ void AppModel::setLocales(const std::string& setId, const std::vector<std::strin
 }
 
 void AppModel::addListedApp(const std::string& appId, JSONValue info,
-                            const std::map<std::string, std::string>& profile, QObject* receiver,
-                            Reply<Done> done) {
+                            const JSONValue::Object& profile, QObject* receiver, Reply<Done> done) {
   auto reply = guarded(receiver, std::move(done));
-  if (!profile.empty() && info.isObject()) {
-    JSONValue::Object fields;
-    for (const auto& [k, v] : profile)
-      fields.emplace(k, v);
-    info["profile"] = std::move(fields);
-  }
+  if (!profile.empty() && info.isObject()) info["profile"] = profile;
   client_.trackApp(appId, info, this, [this, reply](APIResult<Done> r) {
     if (!r) return reply(r.error());
     refreshConfig([reply] { reply(Done{}); });

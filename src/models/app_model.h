@@ -27,6 +27,8 @@ class AppModel : public QObject {
   Q_PROPERTY(int renderVersion READ renderVersion NOTIFY renderVersionChanged)
   Q_PROPERTY(bool isCreatingSet READ isCreatingSet WRITE setCreatingSet NOTIFY isCreatingSetChanged)
   Q_PROPERTY(QString activeSetName READ activeSetNameText NOTIFY activeSetChanged)
+  Q_PROPERTY(bool isAddingApp READ isAddingApp NOTIFY isAddingAppChanged)
+  Q_PROPERTY(bool isAddingPage READ isAddingPage WRITE setAddingPage NOTIFY isAddingPageChanged)
 
  public:
   // The reserved set id of an app's live store listing.
@@ -58,6 +60,16 @@ class AppModel : public QObject {
   int renderVersion() const { return renderVersion_; }
   bool isCreatingSet() const { return isCreatingSet_; }
   void setCreatingSet(bool creating);
+  // The sheets the sidebar opens; the window shows whichever is asked for.
+  bool isAddingApp() const { return isAddingApp_; }
+  // The step of the five the add-app sheet opens at, 0 to 4.
+  int addAppStep() const { return addAppStep_; }
+  void setAddingApp(bool adding, int step = 0);
+  // The app whose edit sheet is open.
+  const std::optional<std::string>& editingApp() const { return editingApp_; }
+  void setEditingApp(std::optional<std::string> appId);
+  bool isAddingPage() const { return isAddingPage_; }
+  void setAddingPage(bool adding);
 
   // --- derived from the config, the pages and the selection ---
   std::vector<AppSummary> apps() const;
@@ -73,6 +85,10 @@ class AppModel : public QObject {
   // The folder of an app's source code, as the user chose it.
   std::optional<std::string> codeFolder(const std::string& appId) const;
   void setCodeFolder(const std::string& appId, const std::string& folder);
+  void removeCodeFolder(const std::string& appId);
+  // The device capture sheet of the active page is asked for.
+  bool isShowingCapture() const { return isShowingCapture_; }
+  void setShowingCapture(bool showing);
 
   // --- operations ---
   // Brings the library up and loads it: connecting, then online or offline.
@@ -90,9 +106,9 @@ class AppModel : public QObject {
   void deleteSet(const std::string& id, QObject* receiver, Reply<Done> done);
   void setLocales(const std::string& setId, const std::vector<std::string>& codes,
                   QObject* receiver, Reply<Done> done);
-  void addListedApp(const std::string& appId, JSONValue info,
-                    const std::map<std::string, std::string>& profile, QObject* receiver,
-                    Reply<Done> done);
+  // A non-empty `profile` (platforms as an array, texts) goes into `info`.
+  void addListedApp(const std::string& appId, JSONValue info, const JSONValue::Object& profile,
+                    QObject* receiver, Reply<Done> done);
   void linkApp(const std::string& appId, const std::string& storeURL, QObject* receiver,
                Reply<Done> done);
   void deleteApp(const std::string& appId, bool withSets, QObject* receiver, Reply<Done> done);
@@ -114,7 +130,11 @@ class AppModel : public QObject {
   void activePageChanged();
   void activeLocaleChanged();
   void renderVersionChanged();
+  void isShowingCaptureChanged();
   void isCreatingSetChanged();
+  void isAddingAppChanged();
+  void editingAppChanged();
+  void isAddingPageChanged();
 
  private:
   void setConnection(ConnectionState state);
@@ -144,7 +164,12 @@ class AppModel : public QObject {
   std::optional<std::string> activePage_;
   std::string activeLocale_ = "en";
   int renderVersion_ = 0;
+  bool isShowingCapture_ = false;
   bool isCreatingSet_ = false;
+  bool isAddingApp_ = false;
+  int addAppStep_ = 0;
+  std::optional<std::string> editingApp_;
+  bool isAddingPage_ = false;
 
   // Only the newest of each kind of load may land.
   std::uint64_t pagesToken_ = 0;

@@ -486,13 +486,7 @@ void EditorModel::show(std::string text, bool isError, std::chrono::milliseconds
 }
 
 void EditorModel::showError(const APIError& error) {
-  std::string text = error.what();
-  if (error.kind() == APIError::Kind::http) {
-    if (auto body = JSONValue::tryParse(text); body && body->isObject()) {
-      if (auto sentence = body->stringAt("error")) text = *sentence;
-    }
-  }
-  show(std::move(text), true);
+  show(error.sentence(), true);
 }
 
 // --- pictures ---
