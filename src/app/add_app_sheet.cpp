@@ -10,7 +10,6 @@
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
-#include <QStackedWidget>
 #include <QVBoxLayout>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -60,7 +59,9 @@ AddAppSheet::AddAppSheet(models::AppModel& app, int startStep, std::function<boo
                          QWidget* parent)
     : SheetDialog(parent), app_(app), hasAITool_(std::move(hasAITool)) {
   setObjectName(QStringLiteral("addAppSheet"));
-  steps_ = new QStackedWidget(this);
+  steps_ = new QWidget(this);
+  auto* stepsLayout = new QVBoxLayout(steps_);
+  stepsLayout->setContentsMargins(0, 0, 0, 0);
   content()->addWidget(steps_);
   buildAppStep();
   buildPlatformsStep();
@@ -107,7 +108,9 @@ void AddAppSheet::buildAppStep() {
   foundLine_ = symbolLine(QStringLiteral("checkmark.circle.fill"), foundText_, widget);
   form->addRow(QString(), foundLine_);
   static_cast<QVBoxLayout*>(widget->layout())->addLayout(form);
-  steps_->addWidget(widget);
+  static_cast<QVBoxLayout*>(widget->layout())->addStretch(1);
+  steps_->layout()->addWidget(widget);
+  pages_.push_back(widget);
   connect(name_, &QLineEdit::textChanged, this, &AddAppSheet::refresh);
   connect(link_, &QLineEdit::textChanged, this, &AddAppSheet::refresh);
 }
@@ -127,7 +130,9 @@ void AddAppSheet::buildPlatformsStep() {
   android_ = chip(DeviceOS::android);
   row->addStretch(1);
   static_cast<QVBoxLayout*>(widget->layout())->addLayout(row);
-  steps_->addWidget(widget);
+  static_cast<QVBoxLayout*>(widget->layout())->addStretch(1);
+  steps_->layout()->addWidget(widget);
+  pages_.push_back(widget);
 }
 
 void AddAppSheet::buildCodeStep() {
@@ -139,10 +144,11 @@ void AddAppSheet::buildCodeStep() {
       {"lock.fill", {"Private", "Stays on this Mac — never uploaded"}},
   };
   for (const auto& [symbol, words] : benefits) {
-    auto* text = new QLabel(QStringLiteral("<b>%1</b><br>%2")
-                                .arg(QString::fromUtf8(words.first),
-                                     platformWords(QString::fromUtf8(words.second)).toHtmlEscaped()),
-                            widget);
+    auto* text =
+        new QLabel(QStringLiteral("<b>%1</b><br>%2")
+                       .arg(QString::fromUtf8(words.first),
+                            platformWords(QString::fromUtf8(words.second)).toHtmlEscaped()),
+                   widget);
     text->setWordWrap(true);
     layout->addWidget(symbolLine(QString::fromLatin1(symbol), text, widget));
   }
@@ -173,7 +179,9 @@ void AddAppSheet::buildCodeStep() {
   aiNotice_ = noteLabel({}, widget);
   aiNotice_->setObjectName(QStringLiteral("aiNotice"));
   layout->addWidget(aiNotice_);
-  steps_->addWidget(widget);
+  static_cast<QVBoxLayout*>(widget->layout())->addStretch(1);
+  steps_->layout()->addWidget(widget);
+  pages_.push_back(widget);
   connect(folderButton_, &QPushButton::clicked, this, &AddAppSheet::chooseFolder);
   connect(disconnect_, &QPushButton::clicked, this, [this] { setCodeFolder(std::nullopt); });
 }
@@ -194,7 +202,9 @@ void AddAppSheet::buildAboutStep() {
   form->addRow(tr("Who it is for"), audience_);
   form->addRow(tr("Category"), category_);
   static_cast<QVBoxLayout*>(widget->layout())->addLayout(form);
-  steps_->addWidget(widget);
+  static_cast<QVBoxLayout*>(widget->layout())->addStretch(1);
+  steps_->layout()->addWidget(widget);
+  pages_.push_back(widget);
 }
 
 void AddAppSheet::buildReadyStep() {
@@ -218,7 +228,9 @@ void AddAppSheet::buildReadyStep() {
   form->addRow(tr("Code"), readyFolder_);
   form->addRow(tr("About"), readyProfile_);
   static_cast<QVBoxLayout*>(widget->layout())->addLayout(form);
-  steps_->addWidget(widget);
+  static_cast<QVBoxLayout*>(widget->layout())->addStretch(1);
+  steps_->layout()->addWidget(widget);
+  pages_.push_back(widget);
 }
 
 bool AddAppSheet::canContinue() const {
@@ -320,17 +332,16 @@ void AddAppSheet::finish() {
                       });
     return;
   }
-  app_.client().addUnlistedApp(
-      trimmed(name_->text()).toStdString(), "", JSONValue(profile()), this,
-      [this, self](models::APIResult<std::string> r) {
-        if (!r) return fail(r.error());
-        const std::string appId = r.value();
-        app_.refreshConfig([this, self, appId] {
-          if (!self) return;
-          app_.selectApp(appId);
-          storeFolderAndOpen(appId);
-        });
-      });
+  app_.client().addUnlistedApp(trimmed(name_->text()).toStdString(), "", JSONValue(profile()), this,
+                               [this, self](models::APIResult<std::string> r) {
+                                 if (!r) return fail(r.error());
+                                 const std::string appId = r.value();
+                                 app_.refreshConfig([this, self, appId] {
+                                   if (!self) return;
+                                   app_.selectApp(appId);
+                                   storeFolderAndOpen(appId);
+                                 });
+                               });
 }
 
 void AddAppSheet::storeFolderAndOpen(const std::string& appId) {
@@ -345,25 +356,24 @@ void AddAppSheet::storeFolderAndOpen(const std::string& appId) {
   } else if (platforms_.count(DeviceOS::android)) {
     app_.setOs(DeviceOS::android);
   }
-  app_.openNewApp(appId, displayName().toStdString(), this,
-                  [this](models::APIResult<models::Done> r) {
-                    if (!r) return fail(r.error());
-                    working_ = false;
-                    setBusy(false);
-                    accept();
-                    if (!codeFolder_) return;
-                    QVariantMap generate;
-                    const std::pair<const char*, QString> fields[] = {
-                        {"What it does", trimmed(about_->text())},
-                        {"Who it is for", trimmed(audience_->text())},
-                        {"Category",
-                         category_->currentIndex() > 0 ? category_->currentText() : QString()},
-                    };
-                    for (const auto& [key, text] : fields) {
-                      if (!text.isEmpty()) generate.insert(QString::fromUtf8(key), text);
-                    }
-                    emit generateRequested(generate);
-                  });
+  app_.openNewApp(
+      appId, displayName().toStdString(), this, [this](models::APIResult<models::Done> r) {
+        if (!r) return fail(r.error());
+        working_ = false;
+        setBusy(false);
+        accept();
+        if (!codeFolder_) return;
+        QVariantMap generate;
+        const std::pair<const char*, QString> fields[] = {
+            {"What it does", trimmed(about_->text())},
+            {"Who it is for", trimmed(audience_->text())},
+            {"Category", category_->currentIndex() > 0 ? category_->currentText() : QString()},
+        };
+        for (const auto& [key, text] : fields) {
+          if (!text.isEmpty()) generate.insert(QString::fromUtf8(key), text);
+        }
+        emit generateRequested(generate);
+      });
 }
 
 void AddAppSheet::fail(const models::APIError& error) {
@@ -401,10 +411,13 @@ void AddAppSheet::chooseFolder() {
 
 void AddAppSheet::goTo(Step step) {
   step_ = step;
-  steps_->setCurrentIndex(static_cast<int>(step));
+  // Only the step's own page takes room: the sheet has the height of the step it shows.
+  for (std::size_t i = 0; i < pages_.size(); ++i)
+    pages_[i]->setVisible(i == static_cast<std::size_t>(step));
   const StepWords& words = kSteps[static_cast<int>(step)];
   setHeading(QString::fromUtf8(words.title), QString::fromUtf8(words.subtitle));
   refresh();
+  adjustSize();
   // The step's first field takes the keyboard, so typing can start at once.
   if (step == Step::app) name_->setFocus();
   if (step == Step::platforms) ios_->setFocus();
@@ -467,13 +480,6 @@ void AddAppSheet::refresh() {
     if (!text.isEmpty()) about << text;
   }
   readyProfile_->setText(about.isEmpty() ? QStringLiteral("—") : about.join(QStringLiteral(" · ")));
-}
-
-void AddAppSheet::refreshSymbols() {
-  SheetDialog::refreshSymbols();
-  const QColor color = palette().color(QPalette::ButtonText);
-  for (QPushButton* chip : {ios_, android_})
-    chip->setIcon(symbolIcon(u"iphone", color));
 }
 
 }  // namespace vells::app

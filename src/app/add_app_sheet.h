@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <set>
+#include <vector>
 
 #include "app/sheet_dialog.h"
 #include "models/api_client.h"
@@ -13,7 +14,6 @@ class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
-class QStackedWidget;
 
 namespace vells::models {
 class AppModel;
@@ -59,9 +59,6 @@ class AddAppSheet : public SheetDialog {
   // ("What it does", "Who it is for", "Category", the non-empty ones).
   void generateRequested(const QVariantMap& profile);
 
- protected:
-  void refreshSymbols() override;
-
  private:
   void buildAppStep();
   void buildPlatformsStep();
@@ -87,7 +84,8 @@ class AddAppSheet : public SheetDialog {
   std::optional<QString> codeFolder_;
   std::optional<bool> aiAvailable_;
 
-  QStackedWidget* steps_;
+  QWidget* steps_;
+  std::vector<QWidget*> pages_;
   QLabel* stepCounter_;
   QPushButton* back_;
   QLineEdit* name_;

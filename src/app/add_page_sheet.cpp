@@ -61,9 +61,10 @@ AddPageSheet::AddPageSheet(models::AppModel& app, QWidget* parent)
                              QString::fromUtf8(option.detail), &option_[i], this);
     list->addWidget(row);
     sources_->addButton(option_[i], i);
+    // What can't be chosen is shown faded, symbol and words alike.
+    row->setEnabled(option.source == PageSource::upload ||
+                    (option.source == PageSource::builtin && app_.canUseBuiltinPages()));
   }
-  option_[0]->setEnabled(app_.canUseBuiltinPages());
-  option_[2]->setEnabled(false);
   content()->addLayout(list);
   connect(sources_, &QButtonGroup::idClicked, this,
           [this](int id) { setSource(kOptions[id].source); });
@@ -148,23 +149,23 @@ void AddPageSheet::add() {
   setBusy(true, tr("Adding the page…"));
   refresh();
   QPointer<AddPageSheet> self(this);
-  app_.client().savePages(
-      app_.activeSet(), pages, this, [this, self](models::APIResult<models::Done> r) {
-        if (!r) {
-          saving_ = false;
-          setBusy(false);
-          setError(QString::fromStdString(r.error().sentence()));
-          refresh();
-          return;
-        }
-        app_.loadPages([this, self] {
-          if (!self) return;
-          if (!app_.pages().empty()) app_.setActivePage(app_.pages().back().id);
-          saving_ = false;
-          setBusy(false);
-          accept();
-        });
-      });
+  app_.client().savePages(app_.activeSet(), pages, this,
+                          [this, self](models::APIResult<models::Done> r) {
+                            if (!r) {
+                              saving_ = false;
+                              setBusy(false);
+                              setError(QString::fromStdString(r.error().sentence()));
+                              refresh();
+                              return;
+                            }
+                            app_.loadPages([this, self] {
+                              if (!self) return;
+                              if (!app_.pages().empty()) app_.setActivePage(app_.pages().back().id);
+                              saving_ = false;
+                              setBusy(false);
+                              accept();
+                            });
+                          });
 }
 
 void AddPageSheet::refresh() {

@@ -149,8 +149,11 @@ void CaptureSheet::rebuildList() {
     delete item->widget();
     delete item;
   }
-  for (const QString& note : model_.notes())
-    notes_->addWidget(symbolLine(QStringLiteral("info.circle"), noteLabel(note), this));
+  for (const QString& note : model_.notes()) {
+    QWidget* line = symbolLine(QStringLiteral("info.circle"), noteLabel(note), this);
+    notes_->addWidget(line);
+    line->show();
+  }
   refreshSymbols();
   refresh();
 }
@@ -171,8 +174,8 @@ void CaptureSheet::refresh() {
     setBusy(false);
   }
   const auto device = chosen();
-  confirmButton()->setText(device ? QStringLiteral("Capture ") + QString::fromStdString(device->name)
-                                  : tr("Capture"));
+  confirmButton()->setText(
+      device ? QStringLiteral("Capture ") + QString::fromStdString(device->name) : tr("Capture"));
   again_->setEnabled(!looking && !capturing);
   list_->setEnabled(!capturing);
   QString error = model_.failure();

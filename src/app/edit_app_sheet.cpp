@@ -16,7 +16,6 @@
 #include <QPainterPath>
 #include <QPointer>
 #include <QPushButton>
-#include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -89,10 +88,8 @@ EditAppSheet::EditAppSheet(models::AppModel& app, models::ImageStore& images, st
   big.setWeight(QFont::DemiBold);
   heroName_->setFont(big);
   heroStatus_ = noteLabel({}, this);
-  iconMenu_ = new QToolButton(this);
-  iconMenu_->setText(tr("Change the icon"));
-  iconMenu_->setPopupMode(QToolButton::InstantPopup);
-  iconMenu_->setToolButtonStyle(Qt::ToolButtonTextOnly);
+  iconMenu_ = new QPushButton(tr("Change the icon"), this);
+  iconMenu_->setAutoDefault(false);
   auto* menu = new QMenu(iconMenu_);
   menu->addAction(tr("Choose Image…"), this, &EditAppSheet::chooseIcon);
   removeIconAction_ = menu->addAction(tr("Remove Icon"), this, &EditAppSheet::removeIcon);
@@ -236,9 +233,8 @@ bool EditAppSheet::canSave() const {
 int EditAppSheet::ownedSets() const {
   if (!app_.config()) return 0;
   const auto& sets = app_.config()->sets;
-  return static_cast<int>(std::count_if(sets.begin(), sets.end(), [&](const VellSet& set) {
-    return set.appId == appId_;
-  }));
+  return static_cast<int>(std::count_if(sets.begin(), sets.end(),
+                                        [&](const VellSet& set) { return set.appId == appId_; }));
 }
 
 void EditAppSheet::load() {
@@ -359,9 +355,8 @@ void EditAppSheet::setIconImage(const QImage& image) {
   QPainter painter(&square);
   painter.setRenderHint(QPainter::SmoothPixmapTransform);
   const QSize size = image.size().scaled(kIconSide, kIconSide, Qt::KeepAspectRatioByExpanding);
-  painter.drawImage(QRect(QPoint((kIconSide - size.width()) / 2, (kIconSide - size.height()) / 2),
-                          size),
-                    image);
+  painter.drawImage(
+      QRect(QPoint((kIconSide - size.width()) / 2, (kIconSide - size.height()) / 2), size), image);
   painter.end();
   QByteArray png;
   QBuffer buffer(&png);
@@ -400,14 +395,14 @@ void EditAppSheet::confirmDelete() {
   if (confirmDelete_) return;
   const int owned = ownedSets();
   const QString name = summary_ && !summary_->name.empty() ? q(summary_->name) : tr("this app");
-  QString message =
-      QStringLiteral("It is removed from Store Lens and the keyword tools too, with its tracked "
-                     "keywords.");
+  QString message = QStringLiteral(
+      "It is removed from Store Lens and the keyword tools too, with its tracked "
+      "keywords.");
   if (owned >= 1) message += QStringLiteral(" Kept sets move to Unassigned.");
   message += QStringLiteral(" This can’t be undone.");
-  confirmDelete_ = new QMessageBox(QMessageBox::Warning, QStringLiteral("Delete “%1”?").arg(name),
-                                   QStringLiteral("Delete “%1”?").arg(name), QMessageBox::NoButton,
-                                   this);
+  confirmDelete_ =
+      new QMessageBox(QMessageBox::Warning, QStringLiteral("Delete “%1”?").arg(name),
+                      QStringLiteral("Delete “%1”?").arg(name), QMessageBox::NoButton, this);
   confirmDelete_->setInformativeText(message);
   confirmDelete_->setAttribute(Qt::WA_DeleteOnClose);
   confirmDelete_->setWindowModality(Qt::WindowModal);
@@ -417,7 +412,9 @@ void EditAppSheet::confirmDelete() {
     connect(only, &QPushButton::clicked, this, [this] { deleteApp(false); });
   } else {
     QPushButton* with = confirmDelete_->addButton(
-        QStringLiteral("Delete App and %1 %2").arg(QString::number(owned), owned > 1 ? QStringLiteral("Sets") : QStringLiteral("Set")),
+        QStringLiteral("Delete App and %1 %2")
+            .arg(QString::number(owned),
+                 owned > 1 ? QStringLiteral("Sets") : QStringLiteral("Set")),
         QMessageBox::DestructiveRole);
     QPushButton* keep =
         confirmDelete_->addButton(tr("Delete App, Keep Sets"), QMessageBox::DestructiveRole);
@@ -526,8 +523,6 @@ void EditAppSheet::refreshSymbols() {
   SheetDialog::refreshSymbols();
   const QColor color = palette().color(QPalette::ButtonText);
   viewListing_->setIcon(symbolIcon(u"arrow.up.right", color));
-  for (QPushButton* chip : {ios_, android_})
-    chip->setIcon(symbolIcon(u"iphone", color));
   showIcon();
 }
 

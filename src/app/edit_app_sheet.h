@@ -16,7 +16,6 @@ class QLabel;
 class QLineEdit;
 class QMessageBox;
 class QPushButton;
-class QToolButton;
 
 namespace vells::models {
 class AppModel;
@@ -91,7 +90,7 @@ class EditAppSheet : public SheetDialog {
   QLabel* iconTile_;
   QLabel* heroName_;
   QLabel* heroStatus_;
-  QToolButton* iconMenu_;
+  QPushButton* iconMenu_;
   QAction* removeIconAction_;
   QLineEdit* name_;
   QLineEdit* developer_;

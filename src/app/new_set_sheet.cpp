@@ -82,11 +82,11 @@ NewSetSheet::NewSetSheet(models::AppModel& app, QWidget* parent) : SheetDialog(p
   fromForm->addRow(tr("From"), from_);
   content()->addWidget(fromRow_);
 
-  noCodeNote_ = symbolLine(
-      QStringLiteral("info.circle"),
-      noteLabel(QStringLiteral(
-          "Connect the app’s code in Edit App to have your AI make or update screens.")),
-      this);
+  noCodeNote_ =
+      symbolLine(QStringLiteral("info.circle"),
+                 noteLabel(QStringLiteral(
+                     "Connect the app’s code in Edit App to have your AI make or update screens.")),
+                 this);
   noCodeNote_->setVisible(!hasCode_);
   content()->addWidget(noCodeNote_);
 

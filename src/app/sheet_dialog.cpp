@@ -67,8 +67,7 @@ SheetDialog::SheetDialog(QWidget* parent) : QDialog(parent) {
   errorPalette.setColor(QPalette::WindowText, kErrorColor);
   errorLabel_->setPalette(errorPalette);
   errorLine_ = symbolLine(QStringLiteral("exclamationmark.triangle.fill"), errorLabel_, this);
-  errorLine_->findChild<QLabel*>(QStringLiteral("symbol"))
-      ->setProperty("symbolTint", kErrorColor);
+  errorLine_->findChild<QLabel*>(QStringLiteral("symbol"))->setProperty("symbolTint", kErrorColor);
   errorLine_->hide();
   root->addWidget(errorLine_);
 
@@ -141,6 +140,20 @@ void SheetDialog::refreshSymbols() {
   const QColor color = palette().color(QPalette::WindowText);
   for (QLabel* label : findChildren<QLabel*>(QStringLiteral("symbol")))
     drawSymbol(label, color);
+  // Toggles carry their symbol in the text's colour, on and off.
+  for (QPushButton* button : findChildren<QPushButton*>()) {
+    const QString symbol = button->property("symbol").toString();
+    if (symbol.isEmpty()) continue;
+    const qreal ratio = devicePixelRatioF();
+    QIcon icon;
+    icon.addPixmap(
+        symbolIcon(symbol, palette().color(QPalette::ButtonText)).pixmap(button->iconSize(), ratio),
+        QIcon::Normal, QIcon::Off);
+    icon.addPixmap(symbolIcon(symbol, palette().color(QPalette::HighlightedText))
+                       .pixmap(button->iconSize(), ratio),
+                   QIcon::Normal, QIcon::On);
+    button->setIcon(icon);
+  }
 }
 
 QLabel* SheetDialog::noteLabel(const QString& text, QWidget* parent) {
@@ -166,11 +179,22 @@ QPushButton* SheetDialog::platformChip(DeviceOS os, QWidget* parent) {
   chip->setCheckable(true);
   chip->setAutoDefault(false);
   chip->setIconSize(QSize(18, 18));
+  chip->setProperty("symbol", QStringLiteral("iphone"));
+  // A chosen platform reads at a glance: filled with the accent colour.
+  chip->setStyleSheet(QStringLiteral(
+      "QPushButton { padding: 6px 16px; border: 1px solid palette(mid); border-radius: 6px;"
+      " background: palette(button); color: palette(button-text); }"
+      "QPushButton:hover { border-color: palette(highlight); }"
+      "QPushButton:pressed { background: palette(midlight); }"
+      "QPushButton:checked { background: palette(highlight); color: palette(highlighted-text);"
+      " border-color: palette(highlight); }"
+      "QPushButton:focus { border: 2px solid palette(highlight); }"
+      "QPushButton:checked:focus { border: 2px solid palette(text); }"));
   return chip;
 }
 
-QWidget* SheetDialog::optionRow(const QString& symbol, const QString& title,
-                                const QString& detail, QRadioButton** radio, QWidget* parent) {
+QWidget* SheetDialog::optionRow(const QString& symbol, const QString& title, const QString& detail,
+                                QRadioButton** radio, QWidget* parent) {
   auto* texts = new QWidget(parent);
   auto* column = new QVBoxLayout(texts);
   column->setContentsMargins(0, 0, 0, 0);

@@ -33,9 +33,8 @@ class CaptureSheetTest : public ::testing::Test {
   }
   bool hasScreen(ThemeName appearance) {
     std::optional<bool> answer;
-    s.client.hasScreen("s-1", "stats", DeviceOS::android, "en",
-                       std::string(rawValue(appearance)), nullptr,
-                       [&](models::APIResult<bool> r) { answer = r && r.value(); });
+    s.client.hasScreen("s-1", "stats", DeviceOS::android, "en", std::string(rawValue(appearance)),
+                       nullptr, [&](models::APIResult<bool> r) { answer = r && r.value(); });
     spinUntil([&] { return answer.has_value(); });
     return answer.value_or(false);
   }

@@ -4,8 +4,8 @@
 // Not a test: a way to look at the sheets without a display.
 #include <QApplication>
 #include <QDir>
-#include <QPalette>
 #include <QLineEdit>
+#include <QPalette>
 #include <QStyle>
 #include <QStyleFactory>
 #include <cstdlib>
@@ -60,7 +60,11 @@ QPalette lightPalette() {
 
 void save(QWidget* sheet, const QString& folder, const QString& name) {
   sheet->show();
-  sheet->adjustSize();
+  for (int i = 0; i < 5; ++i)
+    QCoreApplication::processEvents();
+  // Not adjustSize(): it keeps a window within two thirds of the small
+  // offscreen screen, which would squeeze the sheet at a pixel ratio of 2.
+  sheet->resize(sheet->sizeHint().expandedTo(sheet->minimumSize()));
   for (int i = 0; i < 5; ++i)
     QCoreApplication::processEvents();
   sheet->grab().save(folder + "/" + name + ".png");
@@ -80,6 +84,8 @@ int main(int argc, char** argv) {
   const QString suffix = argc > 2 ? QStringLiteral("-") + QString::fromLocal8Bit(argv[2]) : "";
   QDir().mkpath(folder);
 
+  // The store lookup fails at once here instead of reaching the network.
+  ::setenv("VELLS_LOOKUP_URL", "http://127.0.0.1:9", 1);
   // A phone to capture from, through the fake adb built beside this program.
   TempDir tools;
   ::setenv("VELLS_FAKE_TOOLS", tools.path().c_str(), 1);
@@ -92,9 +98,8 @@ int main(int argc, char** argv) {
   deviceTools.xcrun = QStringLiteral("/nonexistent/xcrun");
   deviceTools.tempDir = QString::fromStdString(tools.path().string());
 
-  for (const auto& [scheme, palette] :
-       {std::pair{QStringLiteral("light"), lightPalette()},
-        std::pair{QStringLiteral("dark"), darkPalette()}}) {
+  for (const auto& [scheme, palette] : {std::pair{QStringLiteral("light"), lightPalette()},
+                                        std::pair{QStringLiteral("dark"), darkPalette()}}) {
     QApplication::setPalette(palette);
     SheetStack s;
     s.addApp("42", {{"name", "Dinner Plan"}, {"developer", "Bea Kim"}});
@@ -107,7 +112,8 @@ int main(int argc, char** argv) {
     const QString tag = "-" + scheme + suffix;
 
     for (int step = 0; step < app::AddAppSheet::stepCount; ++step) {
-      auto* sheet = new app::AddAppSheet(s.app, step, [] { return false; }, &s.window);
+      auto* sheet = new app::AddAppSheet(
+          s.app, step, [] { return false; }, &s.window);
       sheet->findChild<QLineEdit*>("name")->setText("Dinner Plan");
       if (step > 0) sheet->togglePlatform(DeviceOS::ios);
       if (step >= 2) sheet->setCodeFolder(QDir::homePath() + "/code/dinner-plan");
@@ -116,7 +122,8 @@ int main(int argc, char** argv) {
         sheet->findChild<QLineEdit*>("audience")->setText("Families on a budget");
       }
       const char* names[] = {"app", "platforms", "code", "about", "ready"};
-      save(sheet, folder, QStringLiteral("sheet-add-app-%1-%2").arg(step + 1).arg(names[step]) + tag);
+      save(sheet, folder,
+           QStringLiteral("sheet-add-app-%1-%2").arg(step + 1).arg(names[step]) + tag);
       sheet->deleteLater();
     }
     {

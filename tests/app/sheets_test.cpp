@@ -72,8 +72,10 @@ TEST(SheetRules, SetsSortNewestFirstByTheNumberBehindTheLastDash) {
   EXPECT_EQ(app::setStamp("default"), 0);
   EXPECT_EQ(app::setStamp("set-12a"), 0);
   EXPECT_EQ(app::setStamp("set-"), 0);
-  const auto sorted = app::newestFirst(
-      {{"default", "D", {}, {}}, {"s-20", "B", {}, {}}, {"s-300", "C", {}, {}}, {"x", "E", {}, {}}});
+  const auto sorted = app::newestFirst({{"default", "D", {}, {}},
+                                        {"s-20", "B", {}, {}},
+                                        {"s-300", "C", {}, {}},
+                                        {"x", "E", {}, {}}});
   std::vector<std::string> ids;
   for (const VellSet& set : sorted)
     ids.push_back(set.id);
@@ -184,9 +186,8 @@ TEST_F(AddApp, AnUnlistedAppWithAFolderIsSelectedRemembersItAndAsksForGeneration
   sheet->togglePlatform(DeviceOS::android);
   forward(sheet);
   sheet->setCodeFolder(QStringLiteral("/src/dinner"));
-  EXPECT_TRUE(spinUntil([&] {
-    return field<QLabel>(sheet, "aiNotice")->text().startsWith("After adding the app");
-  }));
+  EXPECT_TRUE(spinUntil(
+      [&] { return field<QLabel>(sheet, "aiNotice")->text().startsWith("After adding the app"); }));
   EXPECT_THAT(field<QLabel>(sheet, "aiNotice")->text().toStdString(),
               ::testing::HasSubstr("on this computer"));
   forward(sheet);
