@@ -2,7 +2,6 @@
 
 #include <QComboBox>
 #include <QDir>
-#include <QFileDialog>
 #include <QFormLayout>
 #include <QFutureWatcher>
 #include <QHBoxLayout>
@@ -14,6 +13,7 @@
 #include <QtConcurrent/QtConcurrentRun>
 
 #include "app/platform_words.h"
+#include "app/profile_fields.h"
 #include "app/sheet_rules.h"
 #include "app/symbol_icon.h"
 #include "models/app_model.h"
@@ -189,18 +189,7 @@ void AddAppSheet::buildCodeStep() {
 void AddAppSheet::buildAboutStep() {
   QWidget* widget = page(steps_);
   auto* form = formLayout();
-  about_ = new QLineEdit(widget);
-  about_->setObjectName(QStringLiteral("about"));
-  about_->setPlaceholderText(QStringLiteral("Plans cheap, healthy dinners"));
-  audience_ = new QLineEdit(widget);
-  audience_->setObjectName(QStringLiteral("audience"));
-  audience_->setPlaceholderText(QStringLiteral("Families on a budget"));
-  category_ = new QComboBox(widget);
-  category_->setObjectName(QStringLiteral("category"));
-  category_->addItems(appCategories());
-  form->addRow(tr("What it does"), about_);
-  form->addRow(tr("Who it is for"), audience_);
-  form->addRow(tr("Category"), category_);
+  profile_ = ProfileFields::addTo(form, widget);
   static_cast<QVBoxLayout*>(widget->layout())->addLayout(form);
   static_cast<QVBoxLayout*>(widget->layout())->addStretch(1);
   steps_->layout()->addWidget(widget);
@@ -252,8 +241,7 @@ QString AddAppSheet::displayName() const {
 }
 
 JSONValue::Object AddAppSheet::profile() const {
-  return appProfile(platforms_, about_->text(), audience_->text(),
-                    category_->currentIndex() > 0 ? category_->currentText() : QString());
+  return profile_.profile(platforms_);
 }
 
 void AddAppSheet::advance() {
@@ -356,24 +344,24 @@ void AddAppSheet::storeFolderAndOpen(const std::string& appId) {
   } else if (platforms_.count(DeviceOS::android)) {
     app_.setOs(DeviceOS::android);
   }
-  app_.openNewApp(
-      appId, displayName().toStdString(), this, [this](models::APIResult<models::Done> r) {
-        if (!r) return fail(r.error());
-        working_ = false;
-        setBusy(false);
-        accept();
-        if (!codeFolder_) return;
-        QVariantMap generate;
-        const std::pair<const char*, QString> fields[] = {
-            {"What it does", trimmed(about_->text())},
-            {"Who it is for", trimmed(audience_->text())},
-            {"Category", category_->currentIndex() > 0 ? category_->currentText() : QString()},
-        };
-        for (const auto& [key, text] : fields) {
-          if (!text.isEmpty()) generate.insert(QString::fromUtf8(key), text);
-        }
-        emit generateRequested(generate);
-      });
+  app_.openNewApp(appId, displayName().toStdString(), this,
+                  [this](models::APIResult<models::Done> r) {
+                    if (!r) return fail(r.error());
+                    working_ = false;
+                    setBusy(false);
+                    accept();
+                    if (!codeFolder_) return;
+                    QVariantMap generate;
+                    const std::pair<const char*, QString> fields[] = {
+                        {"What it does", trimmed(profile_.about->text())},
+                        {"Who it is for", trimmed(profile_.audience->text())},
+                        {"Category", profile_.categoryText()},
+                    };
+                    for (const auto& [key, text] : fields) {
+                      if (!text.isEmpty()) generate.insert(QString::fromUtf8(key), text);
+                    }
+                    emit generateRequested(generate);
+                  });
 }
 
 void AddAppSheet::fail(const models::APIError& error) {
@@ -394,19 +382,7 @@ void AddAppSheet::togglePlatform(DeviceOS os) {
 }
 
 void AddAppSheet::chooseFolder() {
-  const QString name = displayName();
-  const QString message = QStringLiteral("Choose the folder that holds ") +
-                          (name.isEmpty() ? QStringLiteral("the app") : name) +
-                          QStringLiteral("’s source code");
-  auto* dialog = new QFileDialog(this, message);
-  dialog->setAttribute(Qt::WA_DeleteOnClose);
-  dialog->setFileMode(QFileDialog::Directory);
-  dialog->setOption(QFileDialog::ShowDirsOnly);
-  dialog->setLabelText(QFileDialog::Accept, tr("Connect"));
-  dialog->setWindowModality(Qt::WindowModal);
-  connect(dialog, &QFileDialog::fileSelected, this,
-          [this](const QString& path) { setCodeFolder(path); });
-  dialog->open();
+  chooseCodeFolder(displayName(), [this](const QString& path) { setCodeFolder(path); });
 }
 
 void AddAppSheet::goTo(Step step) {
@@ -421,7 +397,7 @@ void AddAppSheet::goTo(Step step) {
   // The step's first field takes the keyboard, so typing can start at once.
   if (step == Step::app) name_->setFocus();
   if (step == Step::platforms) ios_->setFocus();
-  if (step == Step::about) about_->setFocus();
+  if (step == Step::about) profile_.about->setFocus();
   if (step == Step::code) folderButton_->setFocus();
   if (step == Step::ready) confirmButton()->setFocus();
 }
@@ -432,6 +408,8 @@ void AddAppSheet::refresh() {
   back_->setVisible(step_ != Step::app);
   back_->setEnabled(!working_);
   confirmButton()->setText(last ? tr("Add App") : tr("Continue"));
+  confirmButton()->setIcon(last ? symbolIcon(u"plus", palette().color(QPalette::ButtonText))
+                                : QIcon());
   setCanConfirm(canContinue());
 
   linkHint_->setText(trimmed(link_->text()).isEmpty()
@@ -474,9 +452,8 @@ void AddAppSheet::refresh() {
   readyPlatforms_->setText(platforms.join(QStringLiteral(", ")));
   readyFolder_->setText(codeFolder_ ? folderName(*codeFolder_) : QStringLiteral("Not connected"));
   QStringList about;
-  for (const QString& text :
-       {trimmed(about_->text()), trimmed(audience_->text()),
-        category_->currentIndex() > 0 ? category_->currentText() : QString()}) {
+  for (const QString& text : {trimmed(profile_.about->text()), trimmed(profile_.audience->text()),
+                              profile_.categoryText()}) {
     if (!text.isEmpty()) about << text;
   }
   readyProfile_->setText(about.isEmpty() ? QStringLiteral("—") : about.join(QStringLiteral(" · ")));

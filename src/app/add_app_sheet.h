@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "app/profile_fields.h"
 #include "app/sheet_dialog.h"
 #include "models/api_client.h"
 
@@ -100,9 +101,7 @@ class AddAppSheet : public SheetDialog {
   QPushButton* folderButton_;
   QPushButton* disconnect_;
   QLabel* aiNotice_;
-  QLineEdit* about_;
-  QLineEdit* audience_;
-  QComboBox* category_;
+  ProfileFields profile_;
   QLabel* readyName_;
   QLabel* readyStore_;
   QLabel* readyPlatforms_;

@@ -181,18 +181,7 @@ EditAppSheet::EditAppSheet(models::AppModel& app, models::ImageStore& images, st
   codeRow->addWidget(removeFolder_);
   form->addRow(tr("Code"), code);
 
-  about_ = new QLineEdit(this);
-  about_->setObjectName(QStringLiteral("about"));
-  about_->setPlaceholderText(QStringLiteral("Plans cheap, healthy dinners"));
-  audience_ = new QLineEdit(this);
-  audience_->setObjectName(QStringLiteral("audience"));
-  audience_->setPlaceholderText(QStringLiteral("Families on a budget"));
-  category_ = new QComboBox(this);
-  category_->setObjectName(QStringLiteral("category"));
-  category_->addItems(appCategories());
-  form->addRow(tr("What it does"), about_);
-  form->addRow(tr("Who it is for"), audience_);
-  form->addRow(tr("Category"), category_);
+  profile_ = ProfileFields::addTo(form, this);
   content()->addLayout(form);
 
   delete_ = new QPushButton(tr("Delete App…"), this);
@@ -256,10 +245,9 @@ void EditAppSheet::load() {
   }
   // An app that never said keeps the platform the window shows.
   if (platforms_.empty()) platforms_.insert(app_.os());
-  about_->setText(q(s.about.value_or("")));
-  audience_->setText(q(s.audience.value_or("")));
-  const int category = appCategories().indexOf(q(s.category.value_or("")));
-  category_->setCurrentIndex(std::max(0, category));
+  profile_.about->setText(q(s.about.value_or("")));
+  profile_.audience->setText(q(s.audience.value_or("")));
+  profile_.setCategory(q(s.category.value_or("")));
   if (auto folder = app_.codeFolder(appId_)) {
     codeFolder_ = q(*folder);
   } else {
@@ -296,9 +284,7 @@ void EditAppSheet::saveProfile(std::optional<std::string> iconRef) {
     if (!n.isEmpty()) name = n.toStdString();
     if (!d.isEmpty()) developer = d.toStdString();
   }
-  const JSONValue profile =
-      appProfile(platforms_, about_->text(), audience_->text(),
-                 category_->currentIndex() > 0 ? category_->currentText() : QString());
+  const JSONValue profile = profile_.profile(platforms_);
   QPointer<EditAppSheet> self(this);
   app_.client().updateApp(appId_, name, developer, iconRef, removeIcon_ && !iconRef, profile, this,
                           [this, self](models::APIResult<models::Done> r) {
@@ -464,18 +450,7 @@ void EditAppSheet::chooseIcon() {
 }
 
 void EditAppSheet::chooseFolder() {
-  const QString name = trimmed(name_->text());
-  auto* dialog = new QFileDialog(this, QStringLiteral("Choose the folder that holds ") +
-                                           (name.isEmpty() ? QStringLiteral("the app") : name) +
-                                           QStringLiteral("’s source code"));
-  dialog->setAttribute(Qt::WA_DeleteOnClose);
-  dialog->setFileMode(QFileDialog::Directory);
-  dialog->setOption(QFileDialog::ShowDirsOnly);
-  dialog->setLabelText(QFileDialog::Accept, tr("Connect"));
-  dialog->setWindowModality(Qt::WindowModal);
-  connect(dialog, &QFileDialog::fileSelected, this,
-          [this](const QString& path) { setCodeFolder(path); });
-  dialog->open();
+  chooseCodeFolder(trimmed(name_->text()), [this](const QString& path) { setCodeFolder(path); });
 }
 
 void EditAppSheet::showIcon() {

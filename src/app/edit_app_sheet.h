@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 
+#include "app/profile_fields.h"
 #include "app/sheet_dialog.h"
 #include "document/records.h"
 
@@ -106,9 +107,7 @@ class EditAppSheet : public SheetDialog {
   QLabel* folderLabel_;
   QPushButton* folderButton_;
   QPushButton* removeFolder_;
-  QLineEdit* about_;
-  QLineEdit* audience_;
-  QComboBox* category_;
+  ProfileFields profile_;
   QPushButton* delete_;
   QMessageBox* confirmDelete_ = nullptr;
 };

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QEvent>
+#include <QFileDialog>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -161,6 +162,21 @@ QLabel* SheetDialog::noteLabel(const QString& text, QWidget* parent) {
   label->setWordWrap(true);
   label->setForegroundRole(QPalette::PlaceholderText);
   return label;
+}
+
+void SheetDialog::chooseCodeFolder(const QString& appName,
+                                   std::function<void(const QString&)> chosen) {
+  auto* dialog =
+      new QFileDialog(this, QStringLiteral("Choose the folder that holds ") +
+                                (appName.isEmpty() ? QStringLiteral("the app") : appName) +
+                                QStringLiteral("’s source code"));
+  dialog->setAttribute(Qt::WA_DeleteOnClose);
+  dialog->setFileMode(QFileDialog::Directory);
+  dialog->setOption(QFileDialog::ShowDirsOnly);
+  dialog->setLabelText(QFileDialog::Accept, tr("Connect"));
+  dialog->setWindowModality(Qt::WindowModal);
+  connect(dialog, &QFileDialog::fileSelected, this, std::move(chosen));
+  dialog->open();
 }
 
 QFormLayout* SheetDialog::formLayout() {

@@ -2,6 +2,7 @@
 
 #include <QDialog>
 #include <QString>
+#include <functional>
 #include <vector>
 
 #include "document/records.h"
@@ -50,6 +51,8 @@ class SheetDialog : public QDialog {
   virtual void refreshSymbols();
   // A label in the quieter colour for notes and hints.
   static QLabel* noteLabel(const QString& text, QWidget* parent = nullptr);
+  // The folder chooser for an app's source code; `chosen` gets the folder.
+  void chooseCodeFolder(const QString& appName, std::function<void(const QString&)> chosen);
   // Labels right-aligned in their column, fields growing in theirs.
   static QFormLayout* formLayout();
   // A toggle for one platform, named "ios" or "android".
