@@ -26,6 +26,16 @@ APIError APIError::http(int status, const std::string& message) {
   return APIError(Kind::http, status, text);
 }
 
+std::string APIError::sentence() const {
+  std::string text = what();
+  if (kind_ == Kind::http) {
+    if (auto body = JSONValue::tryParse(text); body && body->isObject()) {
+      if (auto said = body->stringAt("error")) text = *said;
+    }
+  }
+  return text;
+}
+
 APIError APIError::notAnImage(const std::string& message) {
   return APIError(Kind::notAnImage, 0, message.empty() ? "No image came back." : message);
 }

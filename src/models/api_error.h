@@ -22,6 +22,9 @@ class APIError : public std::runtime_error {
   static APIError badReply(const std::string& detail);
 
   Kind kind() const { return kind_; }
+  // What a person reads: the library's own sentence when its answer carries
+  // one ({"error": "…"}), else the description.
+  std::string sentence() const;
   // The HTTP status for `http`, 0 otherwise.
   int status() const { return status_; }
   // What a person reads: the backend's own sentence when its answer carries

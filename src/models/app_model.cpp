@@ -267,6 +267,16 @@ void AppModel::setCodeFolder(const std::string& appId, const std::string& folder
   defaults_.setValue(codeFolderKey(appId), q(folder));
 }
 
+void AppModel::removeCodeFolder(const std::string& appId) {
+  defaults_.remove(codeFolderKey(appId));
+}
+
+void AppModel::setShowingCapture(bool showing) {
+  if (isShowingCapture_ == showing) return;
+  isShowingCapture_ = showing;
+  emit isShowingCaptureChanged();
+}
+
 // --- keeping the selection valid ---
 
 void AppModel::clampSelection() {
@@ -504,15 +514,9 @@ void AppModel::setLocales(const std::string& setId, const std::vector<std::strin
 }
 
 void AppModel::addListedApp(const std::string& appId, JSONValue info,
-                            const std::map<std::string, std::string>& profile, QObject* receiver,
-                            Reply<Done> done) {
+                            const JSONValue::Object& profile, QObject* receiver, Reply<Done> done) {
   auto reply = guarded(receiver, std::move(done));
-  if (!profile.empty() && info.isObject()) {
-    JSONValue::Object fields;
-    for (const auto& [k, v] : profile)
-      fields.emplace(k, v);
-    info["profile"] = std::move(fields);
-  }
+  if (!profile.empty() && info.isObject()) info["profile"] = profile;
   client_.trackApp(appId, info, this, [this, reply](APIResult<Done> r) {
     if (!r) return reply(r.error());
     refreshConfig([reply] { reply(Done{}); });

@@ -94,6 +94,10 @@ class AppModel : public QObject {
   // The folder of an app's source code, as the user chose it.
   std::optional<std::string> codeFolder(const std::string& appId) const;
   void setCodeFolder(const std::string& appId, const std::string& folder);
+  void removeCodeFolder(const std::string& appId);
+  // The device capture sheet of the active page is asked for.
+  bool isShowingCapture() const { return isShowingCapture_; }
+  void setShowingCapture(bool showing);
 
   // --- operations ---
   // Brings the library up and loads it: connecting, then online or offline.
@@ -111,9 +115,9 @@ class AppModel : public QObject {
   void deleteSet(const std::string& id, QObject* receiver, Reply<Done> done);
   void setLocales(const std::string& setId, const std::vector<std::string>& codes,
                   QObject* receiver, Reply<Done> done);
-  void addListedApp(const std::string& appId, JSONValue info,
-                    const std::map<std::string, std::string>& profile, QObject* receiver,
-                    Reply<Done> done);
+  // A non-empty `profile` (platforms as an array, texts) goes into `info`.
+  void addListedApp(const std::string& appId, JSONValue info, const JSONValue::Object& profile,
+                    QObject* receiver, Reply<Done> done);
   void linkApp(const std::string& appId, const std::string& storeURL, QObject* receiver,
                Reply<Done> done);
   void deleteApp(const std::string& appId, bool withSets, QObject* receiver, Reply<Done> done);
@@ -135,6 +139,7 @@ class AppModel : public QObject {
   void activePageChanged();
   void activeLocaleChanged();
   void renderVersionChanged();
+  void isShowingCaptureChanged();
   void isCreatingSetChanged();
   void isAddingAppChanged();
   void editingAppChanged();
@@ -168,6 +173,7 @@ class AppModel : public QObject {
   std::optional<std::string> activePage_;
   std::string activeLocale_ = "en";
   int renderVersion_ = 0;
+  bool isShowingCapture_ = false;
   bool isCreatingSet_ = false;
   bool isAddingApp_ = false;
   int addAppStep_ = 0;

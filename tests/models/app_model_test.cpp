@@ -429,6 +429,42 @@ TEST(AppModelOperations, ANewAppGetsItsFirstSetOnceAndScreensElsewhereAreFound) 
   EXPECT_FALSE(*elsewhere);
 }
 
+TEST(AppModelOperations, AListedAppKeepsItsPlatformsListAndTheSheetsAreAskedForByFlags) {
+  Workspace w;
+  AppModel& m = w.connected();
+  m.addListedApp("42", JSONValue::Object{{"name", "Tally"}},
+                 JSONValue::Object{{"platforms", JSONValue::Array{"ios", "android"}},
+                                   {"about", "Splits bills"}},
+                 nullptr, {});
+  ASSERT_TRUE(w.settle());
+  ASSERT_EQ(m.apps().size(), 1u);
+  EXPECT_EQ(m.apps()[0].platforms, (std::vector<std::string>{"ios", "android"}));
+  EXPECT_EQ(m.apps()[0].about, "Splits bills");
+
+  m.setCodeFolder("42", "/src/tally");
+  m.removeCodeFolder("42");
+  EXPECT_FALSE(m.codeFolder("42"));
+
+  QSignalSpy adding(&m, &AppModel::isAddingAppChanged);
+  QSignalSpy editing(&m, &AppModel::editingAppChanged);
+  QSignalSpy page(&m, &AppModel::isAddingPageChanged);
+  QSignalSpy capture(&m, &AppModel::isShowingCaptureChanged);
+  m.setAddingApp(true, 9);
+  m.setAddingApp(true, 4);
+  m.setEditingApp(std::string("42"));
+  m.setAddingPage(true);
+  m.setShowingCapture(true);
+  m.setShowingCapture(false);
+  EXPECT_EQ(adding.size(), 1);
+  EXPECT_EQ(m.addAppStep(), 4);  // at most the last of the five steps
+  m.setAddingApp(false, 3);
+  EXPECT_EQ(m.addAppStep(), 0);
+  EXPECT_EQ(editing.size(), 1);
+  EXPECT_EQ(m.editingApp(), "42");
+  EXPECT_EQ(page.size(), 1);
+  EXPECT_EQ(capture.size(), 2);
+}
+
 TEST(AppModelSelection, RandomSequencesOfOperationsKeepTheSelectionValid) {
   Workspace w;
   w.app("app-a", {{"name", "A"}});
