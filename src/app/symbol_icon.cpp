@@ -102,6 +102,7 @@ constexpr auto kSymbols = std::to_array<std::pair<const char*, const char*>>({
     {"rectangle.portrait", "smartphone"},
     {"display", "app-window"},
     {"questionmark.circle", "circle-alert"},
+    {"seal", "sticker"},
 });
 
 // Draws the outline at whatever size and pixel ratio the icon is asked for,
