@@ -43,7 +43,10 @@ FillPopover::FillPopover(const InspectorContext& context, QWidget* parent)
       swap_(nullptr),
       direction_(new NumberInput({}, {0, 360}, 1, QStringLiteral("°"))),
       well_(nullptr) {
-  setFrameShape(QFrame::StyledPanel);
+  setObjectName(QStringLiteral("fillPopover"));
+  // A visible edge in both schemes: it floats over the column of the same colour.
+  setStyleSheet(
+      QStringLiteral("#fillPopover{border:1px solid palette(dark);background:palette(window);}"));
   setAutoFillBackground(true);
   setFixedWidth(kInspectorWidth - 32);
   auto* column = new QVBoxLayout(this);

@@ -16,7 +16,7 @@ namespace vells::app {
 InspectorSection::InspectorSection(const QString& title, QWidget* parent)
     : QWidget(parent),
       title_(title),
-      header_(new QToolButton(this)),
+      header_(new QLabel(title, this)),
       fold_(new QToolButton(this)),
       headerRow_(new QWidget(this)),
       body_(new QWidget(this)),
@@ -27,15 +27,12 @@ InspectorSection::InspectorSection(const QString& title, QWidget* parent)
   auto* head = new QHBoxLayout(headerRow_);
   head->setContentsMargins(0, 0, 0, 0);
   head->setSpacing(4);
-  header_->setText(title);
-  header_->setAutoRaise(true);
-  header_->setToolButtonStyle(Qt::ToolButtonTextOnly);
   header_->setCursor(Qt::PointingHandCursor);
+  header_->installEventFilter(this);
   header_->setAccessibleName(title);
   QFont bold = header_->font();
   bold.setBold(true);
   header_->setFont(bold);
-  header_->setStyleSheet(QStringLiteral("QToolButton{padding:2px 0px;border:none;}"));
   fold_->setAutoRaise(true);
   fold_->setCursor(Qt::PointingHandCursor);
   fold_->setFocusPolicy(Qt::TabFocus);
@@ -49,8 +46,6 @@ InspectorSection::InspectorSection(const QString& title, QWidget* parent)
   grid_->setVerticalSpacing(kRowSpacing);
   grid_->setColumnMinimumWidth(0, kLabelColumn);
   grid_->setColumnStretch(1, 1);
-  header_->setFocusPolicy(Qt::NoFocus);
-  connect(header_, &QToolButton::clicked, this, [this] { setExpanded(!expanded_); });
   connect(fold_, &QToolButton::clicked, this, [this] { setExpanded(!expanded_); });
   showFoldState();
 }
@@ -136,6 +131,14 @@ void InspectorSection::showFoldState() {
   }
   fold_->setToolTip(expanded_ ? tr("Hide %1").arg(title_) : tr("Show %1").arg(title_));
   fold_->setAccessibleName(fold_->toolTip());
+}
+
+bool InspectorSection::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == header_ && event->type() == QEvent::MouseButtonRelease) {
+    setExpanded(!expanded_);
+    return true;
+  }
+  return QWidget::eventFilter(watched, event);
 }
 
 void InspectorSection::paintEvent(QPaintEvent*) {

@@ -44,6 +44,7 @@ class InspectorSection : public QWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void changeEvent(QEvent* event) override;
 
  private:
@@ -53,7 +54,7 @@ class InspectorSection : public QWidget {
   bool expanded_ = true;
   QString showWord_;
   QString hideWord_;
-  QToolButton* header_;
+  QLabel* header_;
   QToolButton* fold_;
   QWidget* headerRow_;
   QWidget* body_;

@@ -29,8 +29,11 @@ LayersSection::LayersSection(const InspectorContext& context, QWidget* parent)
   setIconSize(QSize(16, 16));
   setMouseTracking(true);
   setUniformItemSizes(true);
-  setStyleSheet(QStringLiteral("QListWidget{background:transparent;}"
-                               "QListWidget::item{height:%1px;border-radius:5px;padding-left:4px;}")
+  setStyleSheet(QStringLiteral("QListWidget{background:transparent;outline:0;}"
+                               "QListWidget::item{height:%1px;border-radius:5px;padding-left:4px;}"
+                               "QListWidget::item:hover{background:palette(midlight);}"
+                               "QListWidget::item:selected{background:palette(highlight);"
+                               "color:palette(highlighted-text);}")
                     .arg(kRowHeight));
   connect(model(), &QAbstractItemModel::rowsMoved, this, [this] {
     if (!rebuilding_) restackFromRows();

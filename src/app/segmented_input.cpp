@@ -14,6 +14,16 @@ SegmentedInput::SegmentedInput(std::vector<Option> options, QWidget* parent)
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(2);
   group_.setExclusive(true);
+  // The chosen segment must read at a glance in both schemes, which the
+  // platform's pressed shade doesn't in a dark palette.
+  setStyleSheet(QStringLiteral(
+      "QToolButton{border:1px solid palette(mid);border-radius:5px;background:palette(base);"
+      "padding:0 6px;}"
+      "QToolButton:hover{border-color:palette(dark);}"
+      "QToolButton:pressed{background:palette(midlight);}"
+      "QToolButton:checked{background:palette(highlight);color:palette(highlighted-text);"
+      "border-color:palette(highlight);}"
+      "QToolButton:focus{border-color:palette(highlight);}"));
   for (const Option& o : options_) {
     auto* b = new QToolButton(this);
     b->setCheckable(true);

@@ -23,9 +23,11 @@ namespace {
 // screenshot's callouts.
 const QStringList& emojis() {
   static const QStringList list = QString::fromUtf8(
-                                      "😀 😍 🥳 😎 🤩 😂 🙌 👏 👍 ✌️ 👋 💪 ❤️ 🧡 💛 💚 💙 💜 ✨ ⭐ 🌟 🔥 "
+                                      "😀 😍 🥳 😎 🤩 😂 🙌 👏 👍 ✌️ 👋 💪 ❤️ 🧡 💛 💚 💙 💜 ✨ ⭐ 🌟 "
+                                      "🔥 "
                                       "⚡ 🎉 🎊 🎁 🏆 🥇 "
-                                      "✅ ☑️ ❗ ❓ 💯 💡 📌 📍 🔔 💬 📈 📊 💰 💎 🚀 🎯 🕒 📅 📱 💻 🔒 🔑 🌈 ☀️ 🌙 ☕ 🍕 "
+                                      "✅ ☑️ ❗ ❓ 💯 💡 📌 📍 🔔 💬 📈 📊 💰 💎 🚀 🎯 🕒 📅 📱 💻 🔒 🔑 🌈 ☀️ 🌙 ☕ "
+                                      "🍕 "
                                       "🎵 "
                                       "📸 🛒 🏃 🧘 🐶 🐱 🌸 🍀")
                                       .split(' ', Qt::SkipEmptyParts);

@@ -288,5 +288,16 @@ TEST(InspectorStates, TheAppStoreSetIsLockedAndColourFieldsTakeOnlySixDigits) {
   EXPECT_EQ(s.view.state(), "locked");
 }
 
+TEST(InspectorStates, DebugFillOpensTheFillPopoverByItself) {
+  InspectorStack s;
+  s.view.hide();
+  s.settings.setValue("debug.fill", true);
+  s.view.show();
+  auto* page = qobject_cast<app::PagePanel*>(s.view.panel());
+  ASSERT_TRUE(page);
+  EXPECT_TRUE(spinUntil(
+      [&] { return page->fillRow()->popover() && page->fillRow()->popover()->isVisible(); }));
+}
+
 }  // namespace
 }  // namespace vells::testing
