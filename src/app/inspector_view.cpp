@@ -13,6 +13,7 @@
 #include "app/inspector_header.h"
 #include "app/inspector_look.h"
 #include "app/inspector_section.h"
+#include "app/language_scope_toggle.h"
 #include "app/layers_section.h"
 #include "app/page_panel.h"
 #include "app/phone_panel.h"
@@ -32,6 +33,7 @@ InspectorView::InspectorView(models::EditorModel& editor, models::AppModel& app,
       messageIcon_(new QLabel),
       messageTitle_(new QLabel),
       messageText_(new QLabel),
+      scope_(new LanguageScopeToggle(context_)),
       scroll_(new QScrollArea),
       body_(new QWidget) {
   setMinimumWidth(260);
@@ -60,6 +62,12 @@ InspectorView::InspectorView(models::EditorModel& editor, models::AppModel& app,
   words->addStretch(2);
   states_->addWidget(message);
 
+  auto* editing = new QWidget;
+  auto* editingColumn = new QVBoxLayout(editing);
+  editingColumn->setContentsMargins(0, 0, 0, 0);
+  editingColumn->setSpacing(0);
+  editingColumn->addWidget(scope_);
+  editingColumn->addWidget(scroll_, 1);
   scroll_->setWidgetResizable(true);
   scroll_->setFrameShape(QFrame::NoFrame);
   scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -68,7 +76,7 @@ InspectorView::InspectorView(models::EditorModel& editor, models::AppModel& app,
   stack->setContentsMargins(0, 0, 0, 16);
   stack->setSpacing(0);
   stack->addStretch(1);
-  states_->addWidget(scroll_);
+  states_->addWidget(editing);
 
   const auto later = [this] { sync(); };
   connect(&editor, &models::EditorModel::stylesChanged, this, later);
@@ -162,6 +170,7 @@ void InspectorView::sync() {
   }
   state_ = QStringLiteral("panel");
   states_->setCurrentIndex(1);
+  scope_->refresh();
   const QString key = panelKey();
   if (key != key_) {
     key_ = key;

@@ -15,6 +15,7 @@ namespace vells::app {
 
 class InspectorPanel;
 class InspectorSection;
+class LanguageScopeToggle;
 class LayersSection;
 class StickerPicker;
 
@@ -34,6 +35,7 @@ class InspectorView : public QWidget {
 
   InspectorPanel* panel() const { return panel_; }
   LayersSection* layers() const { return layers_; }
+  LanguageScopeToggle* scopeToggle() const { return scope_; }
   StickerPicker* stickerPicker() const;
   // "locked", "empty", "loading" or "panel": what the column shows.
   QString state() const { return state_; }
@@ -60,6 +62,7 @@ class InspectorView : public QWidget {
   QLabel* messageIcon_;
   QLabel* messageTitle_;
   QLabel* messageText_;
+  LanguageScopeToggle* scope_;
   QScrollArea* scroll_;
   QWidget* body_;
   InspectorPanel* panel_ = nullptr;

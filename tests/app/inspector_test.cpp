@@ -14,6 +14,7 @@
 #include "app/hsb_color.h"
 #include "app/inspector_header.h"
 #include "app/inspector_section.h"
+#include "app/language_scope_toggle.h"
 #include "app/layers_section.h"
 #include "app/page_panel.h"
 #include "app/phone_panel.h"
@@ -286,6 +287,21 @@ TEST(InspectorStates, TheAppStoreSetIsLockedAndColourFieldsTakeOnlySixDigits) {
 
   s.app.setActiveSet(std::string(models::AppModel::appStoreSet));
   EXPECT_EQ(s.view.state(), "locked");
+}
+
+TEST(InspectorStates, ALanguageOtherThanTheFirstCanBeStyledOnItsOwn) {
+  InspectorStack s;
+  app::LanguageScopeToggle* scope = s.view.scopeToggle();
+  EXPECT_TRUE(scope->isHidden());
+  s.app.setActiveLocale("de");
+  EXPECT_FALSE(scope->isHidden());
+  EXPECT_EQ(scope->title(), "Same style in all languages");
+  scope->toggle()->click();
+  EXPECT_EQ(scope->title(), "Style for Deutsch only");
+  s.canvas.select(CanvasSelection::phone());
+  s.type(s.number("Size")->field(), "80");
+  EXPECT_DOUBLE_EQ(*s.editor.localeStyle("home", "de").phoneScale, 0.8);
+  EXPECT_FALSE(s.editor.pageStyle("home").phoneScale.has_value());
 }
 
 TEST(InspectorStates, DebugFillOpensTheFillPopoverByItself) {
