@@ -2,8 +2,6 @@
 
 #include <QGridLayout>
 #include <QLabel>
-#include <QLinearGradient>
-#include <QPainter>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -179,18 +177,8 @@ void FillPopover::refresh() {
   direction_->setValue(s.gradAngle);
   well_->setIsSet(context_.editor.hasBackground());
 
-  QPixmap strip(240, 24);
-  strip.fill(Qt::transparent);
-  QPainter p(&strip);
-  p.setRenderHint(QPainter::Antialiasing);
-  QLinearGradient g(0, 0, strip.width(), 0);
-  g.setColorAt(0, QColor(QString::fromStdString(s.gradFrom)));
-  g.setColorAt(0.5, QColor(QString::fromStdString(s.gradVia)));
-  g.setColorAt(1, QColor(QString::fromStdString(s.gradTo)));
-  p.setBrush(g);
-  p.setPen(QPen(palette().color(QPalette::Mid), 1));
-  p.drawRoundedRect(QRectF(0.5, 0.5, strip.width() - 1, strip.height() - 1), 6, 6);
-  p.end();
+  const QPixmap strip = gradientChip(QSize(240, 24), s.gradFrom, s.gradVia, s.gradTo,
+                                     palette().color(QPalette::Mid), devicePixelRatioF());
   bar_->setPixmap(strip);
 }
 

@@ -1,10 +1,10 @@
 #include "app/fill_row.h"
 
-#include <QLinearGradient>
 #include <QPainter>
 
 #include "app/fill_kind.h"
 #include "app/fill_popover.h"
+#include "app/inspector_look.h"
 
 namespace vells::app {
 
@@ -35,21 +35,18 @@ void FillRow::refresh() {
       setText(QString::fromStdString(s.gradFrom).toUpper());
       break;
   }
-  const qreal dpr = devicePixelRatioF();
-  QPixmap chip(QSize(40, 20) * dpr);
-  chip.setDevicePixelRatio(dpr);
-  chip.fill(Qt::transparent);
-  QPainter p(&chip);
-  p.setRenderHint(QPainter::Antialiasing);
-  QLinearGradient g(0, 0, 40, 20);
-  g.setColorAt(0, QColor(QString::fromStdString(s.gradFrom)));
-  g.setColorAt(0.5, QColor(QString::fromStdString(s.gradVia)));
-  g.setColorAt(1, QColor(QString::fromStdString(s.gradTo)));
-  p.setBrush(kind == FillKind::image ? QBrush(palette().color(QPalette::Mid), Qt::Dense4Pattern)
-                                     : QBrush(g));
-  p.setPen(QPen(palette().color(QPalette::Mid), 1));
-  p.drawRoundedRect(QRectF(0.5, 0.5, 39, 19), 4, 4);
-  p.end();
+  const QColor edge = palette().color(QPalette::Mid);
+  QPixmap chip =
+      gradientChip(QSize(40, 20), s.gradFrom, s.gradVia, s.gradTo, edge, devicePixelRatioF());
+  if (kind == FillKind::image) {
+    // No picture to show here: a hatched chip stands for it.
+    chip.fill(Qt::transparent);
+    QPainter p(&chip);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setBrush(QBrush(edge, Qt::Dense4Pattern));
+    p.setPen(QPen(edge, 1));
+    p.drawRoundedRect(QRectF(0.5, 0.5, 39, 19), 5, 5);
+  }
   setIcon(QIcon(chip));
   if (popover_) popover_->refresh();
 }

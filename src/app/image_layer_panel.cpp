@@ -9,6 +9,7 @@
 
 #include "app/inspector_header.h"
 #include "app/inspector_section.h"
+#include "app/picture_file.h"
 
 namespace vells::app {
 
@@ -70,27 +71,21 @@ ImageLayerPanel::ImageLayerPanel(const InspectorContext& context, std::string la
 }
 
 void ImageLayerPanel::replaceWith(const QString& path) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) {
-    context_.editor.show(tr("Couldn’t read “%1”: %2").arg(path, file.errorString()).toStdString(),
-                         true);
+  auto picture = readPicture(path);
+  if (auto* why = std::get_if<QString>(&picture)) {
+    context_.editor.show(why->toStdString(), true);
     return;
   }
-  const QByteArray bytes = file.readAll();
-  const QString mime = QMimeDatabase().mimeTypeForFileNameAndData(path, bytes).name();
-  if (!mime.startsWith(QLatin1String("image/"))) {
-    context_.editor.show(tr("“%1” isn’t a picture.").arg(path).toStdString(), true);
-    return;
-  }
-  context_.app.client().uploadLayerAsset(
-      context_.app.activeSet(), bytes.toStdString(), mime.toStdString(), this,
-      [this](models::APIResult<std::string> r) {
-        if (!r) {
-          context_.editor.showError(r.error());
-          return;
-        }
-        editLayer(id_, false, [&](VellLayer& l) { l.asset = r.value(); });
-      });
+  auto& file = std::get<PictureFile>(picture);
+  context_.app.client().uploadLayerAsset(context_.app.activeSet(), std::move(file.bytes), file.mime,
+                                         this, [this](models::APIResult<std::string> r) {
+                                           if (!r) {
+                                             context_.editor.showError(r.error());
+                                             return;
+                                           }
+                                           editLayer(id_, false,
+                                                     [&](VellLayer& l) { l.asset = r.value(); });
+                                         });
 }
 
 }  // namespace vells::app

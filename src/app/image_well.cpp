@@ -15,16 +15,11 @@
 #include <QVBoxLayout>
 
 #include "app/inspector_look.h"
+#include "app/picture_file.h"
 #include "app/symbol_icon.h"
 
 namespace vells::app {
-namespace {
-
-// Large enough for any store-size picture; a bigger file is refused before
-// it is read into memory.
-constexpr qint64 kMaxImageBytes = 64LL * 1024 * 1024;
-
-}  // namespace
+namespace {}  // namespace
 
 ImageWell::ImageWell(QString title, QString hint, Pick pick, Remove remove, QWidget* parent)
     : QWidget(parent),
@@ -100,22 +95,13 @@ void ImageWell::choose() {
 }
 
 void ImageWell::takeFile(const QString& path) {
-  QFile file(path);
-  if (file.size() > kMaxImageBytes) {
-    emit failed(tr("“%1” is too large for a picture here (over 64 MB).").arg(path));
+  auto picture = readPicture(path);
+  if (auto* why = std::get_if<QString>(&picture)) {
+    emit failed(*why);
     return;
   }
-  if (!file.open(QIODevice::ReadOnly)) {
-    emit failed(tr("Couldn’t read “%1”: %2").arg(path, file.errorString()));
-    return;
-  }
-  const QByteArray bytes = file.readAll();
-  QString mime = QMimeDatabase().mimeTypeForFileNameAndData(path, bytes).name();
-  if (!mime.startsWith(QLatin1String("image/"))) {
-    emit failed(tr("“%1” isn’t a picture. Choose a PNG, JPEG or WebP file.").arg(path));
-    return;
-  }
-  takeData(bytes.toStdString(), mime.toStdString());
+  auto& file = std::get<PictureFile>(picture);
+  takeData(std::move(file.bytes), std::move(file.mime));
 }
 
 void ImageWell::takeData(std::string bytes, std::string mime) {

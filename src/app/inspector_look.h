@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QColor>
+#include <QPixmap>
 #include <QString>
+#include <string>
 
 class QWidget;
 class QLabel;
@@ -20,6 +22,11 @@ void paintFieldFrame(QWidget* field, bool focused);
 
 // Small secondary text under a control or a header.
 QLabel* noteLabel(const QString& text, QWidget* parent);
+
+// A rounded chip of a three-stop gradient, diagonal, with a hairline edge,
+// sharp at `dpr`.
+QPixmap gradientChip(QSize size, const std::string& from, const std::string& via,
+                     const std::string& to, const QColor& edge, qreal dpr);
 
 // The muted colour of secondary text and symbols in `widget`'s palette.
 QColor mutedColor(const QWidget* widget);

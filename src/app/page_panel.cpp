@@ -3,7 +3,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGridLayout>
-#include <QLinearGradient>
 #include <QPainter>
 #include <QToolButton>
 
@@ -18,18 +17,9 @@ namespace vells::app {
 namespace {
 
 QIcon themeChip(const models::StyleTheme& theme, QColor edge) {
-  QPixmap chip(QSize(72, 40) * 2);
-  chip.setDevicePixelRatio(2);
-  chip.fill(Qt::transparent);
+  QPixmap chip = gradientChip(QSize(72, 40), theme.gradFrom, theme.gradVia, theme.gradTo, edge, 2);
   QPainter p(&chip);
   p.setRenderHint(QPainter::Antialiasing);
-  QLinearGradient g(0, 0, 72, 40);
-  g.setColorAt(0, QColor(QString::fromStdString(theme.gradFrom)));
-  g.setColorAt(0.5, QColor(QString::fromStdString(theme.gradVia)));
-  g.setColorAt(1, QColor(QString::fromStdString(theme.gradTo)));
-  p.setBrush(g);
-  p.setPen(QPen(edge, 1));
-  p.drawRoundedRect(QRectF(0.5, 0.5, 71, 39), 6, 6);
   p.setPen(QColor(QString::fromStdString(theme.titleColor)));
   QFont f;
   f.setBold(true);

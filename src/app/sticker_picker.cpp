@@ -15,6 +15,7 @@
 
 #include "app/inspector_header.h"
 #include "app/inspector_look.h"
+#include "app/picture_file.h"
 
 namespace vells::app {
 namespace {
@@ -23,10 +24,12 @@ namespace {
 // screenshot's callouts.
 const QStringList& emojis() {
   static const QStringList list = QString::fromUtf8(
-                                      "😀 😍 🥳 😎 🤩 😂 🙌 👏 👍 ✌️ 👋 💪 ❤️ 🧡 💛 💚 💙 💜 ✨ ⭐ 🌟 "
+                                      "😀 😍 🥳 😎 🤩 😂 🙌 👏 👍 ✌️ 👋 💪 ❤️ 🧡 💛 💚 💙 💜 ✨ ⭐ "
+                                      "🌟 "
                                       "🔥 "
                                       "⚡ 🎉 🎊 🎁 🏆 🥇 "
-                                      "✅ ☑️ ❗ ❓ 💯 💡 📌 📍 🔔 💬 📈 📊 💰 💎 🚀 🎯 🕒 📅 📱 💻 🔒 🔑 🌈 ☀️ 🌙 ☕ "
+                                      "✅ ☑️ ❗ ❓ 💯 💡 📌 📍 🔔 💬 📈 📊 💰 💎 🚀 🎯 🕒 📅 📱 💻 🔒 🔑 🌈 ☀️ 🌙 "
+                                      "☕ "
                                       "🍕 "
                                       "🎵 "
                                       "📸 🛒 🏃 🧘 🐶 🐱 🌸 🍀")
@@ -214,29 +217,23 @@ void StickerPicker::addItem(int row) {
 }
 
 void StickerPicker::addOwn(const QString& path) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) {
-    context_.editor.show(tr("Couldn’t read “%1”: %2").arg(path, file.errorString()).toStdString(),
-                         true);
+  auto picture = readPicture(path);
+  if (auto* why = std::get_if<QString>(&picture)) {
+    context_.editor.show(why->toStdString(), true);
     return;
   }
-  const QByteArray bytes = file.readAll();
-  const std::string mime =
-      QMimeDatabase().mimeTypeForFileNameAndData(path, bytes).name().toStdString();
-  if (mime.rfind("image/", 0) != 0) {
-    context_.editor.show(tr("“%1” isn’t a picture.").arg(path).toStdString(), true);
-    return;
-  }
+  const std::string bytes = std::get<PictureFile>(picture).bytes;
+  const std::string mime = std::get<PictureFile>(picture).mime;
   const std::string name = QFileInfo(path).completeBaseName().toStdString();
   context_.app.client().uploadLayerAsset(
-      context_.app.activeSet(), bytes.toStdString(), mime, this,
+      context_.app.activeSet(), bytes, mime, this,
       [this, bytes, mime, name](models::APIResult<std::string> r) {
         if (!r) {
           context_.editor.showError(r.error());
           return;
         }
         context_.canvas.place(r.value(), true, name);
-        context_.app.client().addToPack(minePack, name, bytes.toStdString(), mime, this,
+        context_.app.client().addToPack(minePack, name, bytes, mime, this,
                                         [this](models::APIResult<models::Done> kept) {
                                           if (!kept) context_.editor.showError(kept.error());
                                           if (currentTab() == QLatin1String(minePack)) loadItems();
