@@ -12,7 +12,7 @@
 
 namespace vells::app {
 
-ColorInput::ColorInput(QString help, QWidget* parent)
+ColorInput::ColorInput(const QString& help, QWidget* parent)
     : QWidget(parent), swatch_(new QToolButton(this)), field_(new QLineEdit(this)) {
   setAttribute(Qt::WA_Hover);
   setFixedHeight(24);

@@ -17,7 +17,7 @@ class ColorInput : public QWidget {
 
  public:
   // `help` names the colour for tips and screen readers ("Text colour").
-  explicit ColorInput(QString help, QWidget* parent = nullptr);
+  explicit ColorInput(const QString& help, QWidget* parent = nullptr);
 
   QString hex() const { return hex_; }
   void setHex(const QString& hex);

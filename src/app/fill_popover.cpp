@@ -96,7 +96,7 @@ FillPopover::FillPopover(const InspectorContext& context, QWidget* parent)
   well_ = new ImageWell(
       tr("Background image"),
       tr("Fills the whole screenshot behind the phone. Every language uses it."),
-      [this](std::string bytes, std::string mime, std::function<void()> done) {
+      [this](std::string bytes, const std::string& mime, std::function<void()> done) {
         context_.editor.setBackground(std::move(bytes), mime, context_.app, std::move(done));
       },
       [this](std::function<void()> done) {

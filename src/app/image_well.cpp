@@ -21,7 +21,8 @@
 namespace vells::app {
 namespace {}  // namespace
 
-ImageWell::ImageWell(QString title, QString hint, Pick pick, Remove remove, QWidget* parent)
+ImageWell::ImageWell(const QString& title, const QString& hint, Pick pick, Remove remove,
+                     QWidget* parent)
     : QWidget(parent),
       pick_(std::move(pick)),
       remove_(std::move(remove)),

@@ -21,7 +21,8 @@ class ImageWell : public QWidget {
   using Pick = std::function<void(std::string bytes, std::string mime, std::function<void()> done)>;
   using Remove = std::function<void(std::function<void()> done)>;
 
-  ImageWell(QString title, QString hint, Pick pick, Remove remove, QWidget* parent = nullptr);
+  ImageWell(const QString& title, const QString& hint, Pick pick, Remove remove,
+            QWidget* parent = nullptr);
 
   void setIsSet(bool isSet);
   bool isSet() const { return isSet_; }

@@ -228,7 +228,24 @@ void InspectorView::rebuild() {
     stack->insertWidget(1, layersGroup_);
   }
   layers_->refresh();
+  orderTabs();
   openDebugFill();
+}
+
+void InspectorView::orderTabs() {
+  // A new panel is made after the layers group, so Tab would otherwise visit
+  // the layers first: the chain runs down the column as it reads.
+  std::vector<QWidget*> chain;
+  const auto collect = [&chain](QWidget* root) {
+    for (QWidget* w : root->findChildren<QWidget*>()) {
+      if ((w->focusPolicy() & Qt::TabFocus) && !w->focusProxy()) chain.push_back(w);
+    }
+  };
+  collect(scope_);
+  collect(panel_);
+  collect(layersGroup_);
+  for (std::size_t i = 1; i < chain.size(); ++i)
+    QWidget::setTabOrder(chain[i - 1], chain[i]);
 }
 
 void InspectorView::openDebugFill() {

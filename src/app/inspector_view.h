@@ -53,6 +53,7 @@ class InspectorView : public QWidget {
  private:
   QString panelKey() const;
   void rebuild();
+  void orderTabs();
   // debug.fill: the fill popover opens by itself once, on the page's panel.
   void openDebugFill();
   void showMessage(const QString& symbol, const QString& title, const QString& message);

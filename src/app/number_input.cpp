@@ -20,7 +20,8 @@ constexpr int kFieldHeight = 24;
 
 }  // namespace
 
-NumberInput::NumberInput(QString axis, Range range, double step, QString unit, QWidget* parent)
+NumberInput::NumberInput(const QString& axis, Range range, double step, const QString& unit,
+                         QWidget* parent)
     : QWidget(parent),
       range_(range),
       step_(step > 0 ? step : 1),

@@ -23,7 +23,8 @@ class NumberInput : public QWidget {
     double max = 100;
   };
 
-  NumberInput(QString axis, Range range, double step, QString unit, QWidget* parent = nullptr);
+  NumberInput(const QString& axis, Range range, double step, const QString& unit,
+              QWidget* parent = nullptr);
 
   double value() const { return value_; }
   // The value from the model; the text follows unless it is being typed.

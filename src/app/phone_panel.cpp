@@ -72,7 +72,7 @@ PhonePanel::PhonePanel(const InspectorContext& context, QWidget* parent)
           tr("The picture inside the phone in %1 mode, for every language. Until the other mode "
              "has its own, it shows this one.")
               .arg(mode),
-          [this, theme](std::string bytes, std::string mime, std::function<void()> done) {
+          [this, theme](std::string bytes, const std::string& mime, std::function<void()> done) {
             context_.editor.setScreen(std::move(bytes), mime, context_.app, false, theme,
                                       std::move(done));
           },

@@ -4,6 +4,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -24,11 +25,13 @@ namespace {
 // screenshot's callouts.
 const QStringList& emojis() {
   static const QStringList list = QString::fromUtf8(
-                                      "😀 😍 🥳 😎 🤩 😂 🙌 👏 👍 ✌️ 👋 💪 ❤️ 🧡 💛 💚 💙 💜 ✨ ⭐ "
+                                      "😀 😍 🥳 😎 🤩 😂 🙌 👏 👍 ✌️ 👋 💪 ❤️ 🧡 💛 💚 💙 💜 ✨ "
+                                      "⭐ "
                                       "🌟 "
                                       "🔥 "
                                       "⚡ 🎉 🎊 🎁 🏆 🥇 "
-                                      "✅ ☑️ ❗ ❓ 💯 💡 📌 📍 🔔 💬 📈 📊 💰 💎 🚀 🎯 🕒 📅 📱 💻 🔒 🔑 🌈 ☀️ 🌙 "
+                                      "✅ ☑️ ❗ ❓ 💯 💡 📌 📍 🔔 💬 📈 📊 💰 💎 🚀 🎯 🕒 📅 📱 💻 🔒 🔑 🌈 ☀️ "
+                                      "🌙 "
                                       "☕ "
                                       "🍕 "
                                       "🎵 "
@@ -204,6 +207,14 @@ void StickerPicker::showItems() {
     empty_->hide();
   }
   emit itemsShown();
+}
+
+void StickerPicker::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Escape) {
+    close();
+    return;
+  }
+  QWidget::keyPressEvent(event);
 }
 
 void StickerPicker::addItem(int row) {

@@ -42,6 +42,9 @@ class StickerPicker : public QWidget {
   // Uploads a file as a sticker, places it and keeps it in "My stickers".
   void addOwn(const QString& path);
 
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+
  signals:
   // The tab's items have been listed.
   void itemsShown();

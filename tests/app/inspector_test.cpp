@@ -304,6 +304,33 @@ TEST(InspectorStates, ALanguageOtherThanTheFirstCanBeStyledOnItsOwn) {
   EXPECT_FALSE(s.editor.pageStyle("home").phoneScale.has_value());
 }
 
+TEST(InspectorStates, TabRunsDownTheColumnFromThePanelToTheLayers) {
+  InspectorStack s;
+  s.canvas.select(CanvasSelection::title());
+  auto* text = qobject_cast<app::TextDesignPanel*>(s.view.panel());
+  ASSERT_TRUE(text);
+  std::vector<QWidget*> visited;
+  QWidget* w = text->content();
+  for (int i = 0; i < 200 && w != s.view.layers(); ++i) {
+    if (w->focusPolicy() & Qt::TabFocus) visited.push_back(w);
+    w = w->nextInFocusChain();
+  }
+  ASSERT_EQ(w, s.view.layers());
+  const auto at = [&](QWidget* x) {
+    return std::find(visited.begin(), visited.end(), x) - visited.begin();
+  };
+  EXPECT_LT(at(s.axis("X")->field()), at(s.axis("Y")->field()));
+  EXPECT_LT(at(s.axis("Y")->field()), at(s.number("Size")->field()));
+  EXPECT_LT(at(s.number("Size")->field()), at(s.number("Letter spacing")->field()));
+  // Before the panel stands what is above it, not the layers below.
+  QWidget* before = s.view.panel();
+  do {
+    before = before->previousInFocusChain();
+  } while (s.view.panel()->isAncestorOf(before) || !(before->focusPolicy() & Qt::TabFocus));
+  QWidget* layersGroup = s.view.layers()->parentWidget();
+  EXPECT_FALSE(before == s.view.layers() || layersGroup->isAncestorOf(before));
+}
+
 TEST(InspectorStates, DebugFillOpensTheFillPopoverByItself) {
   InspectorStack s;
   s.view.hide();
