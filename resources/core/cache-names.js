@@ -110,6 +110,8 @@ function compositeName(args, context) {
       finiteOrNull(args.overlayMtimeMs),
       finiteOrNull(args.screenMtimeMs),
       finiteOrNull(args.calloutAspect),
+      // Only a store size of its own renames: the cache's size keeps its names.
+      ...(typeof args.size === "string" && args.size ? [args.size] : []),
     ]),
   );
   return namePrefix(k) + "-" + hash + ".png";

@@ -394,27 +394,47 @@ function compositeHtml(args, context) {
 
   const faces = new Set([titleFace, ...layerFaces]);
   const fonts = fontFaceCss(faces, title + subtitle + layerText + " ");
+  // A store size of another aspect: the backdrop and pattern fill a larger
+  // stage, the design keeps its place and scale at the stage's top, centred
+  // across, and what reached past the design's edge goes on into the stage.
+  // The stage reaches a pixel past the extended edges: its size is fractional,
+  // and an edge inside the last row of pixels would fade that row.
+  const ext = storeExtension(args.extend);
+  const stageCss = ext
+    ? "#stage{position:relative;width:" +
+      fx(W + 2 * ext.side + (ext.side > 0 ? 2 : 0), 4) +
+      "px;height:" +
+      fx(H + ext.bottom + (ext.bottom > 0 ? 2 : 0), 4) +
+      "px;overflow:hidden;" +
+      backdrop +
+      "}#canvas{position:absolute;left:" +
+      fx(ext.side, 4) +
+      "px;top:0;width:" +
+      W +
+      "px;height:" +
+      H +
+      "px}"
+    : "#canvas{position:relative;width:" +
+      W +
+      "px;height:" +
+      H +
+      "px;overflow:hidden;" +
+      backdrop +
+      "}";
   return (
     '<!DOCTYPE html><html lang="' +
     esc(locale || "en") +
     '"><head><meta charset="utf-8"><style>' +
     fonts +
     "html,body{margin:0;padding:0;background:transparent}" +
-    "#canvas{position:relative;width:" +
-    W +
-    "px;height:" +
-    H +
-    "px;overflow:hidden;" +
-    backdrop +
-    "}" +
+    stageCss +
     ".decor,.layers{position:absolute;left:0;top:0;width:" +
     W +
     "px;height:" +
     H +
     "px}" +
     "</style></head><body>" +
-    '<div id="canvas">' +
-    pattern +
+    (ext ? '<div id="stage">' + pattern + '<div id="canvas">' : '<div id="canvas">' + pattern) +
     '<div id="decorBehind" class="decor" style="z-index:1">' +
     art.behind +
     "</div>" +
@@ -430,6 +450,18 @@ function compositeHtml(args, context) {
     layersFront +
     "</div>" +
     textLayer +
-    "</div></body></html>"
+    (ext ? "</div></div>" : "</div>") +
+    "</body></html>"
   );
+}
+
+// The extension a store size asks for, in CSS pixels; null when there is none
+// or it isn't a pair of finite, non-negative numbers.
+function storeExtension(extend) {
+  if (!isPlainObject(extend)) return null;
+  const side = numberOr(extend.side, 0);
+  const bottom = numberOr(extend.bottom, 0);
+  if (!Number.isFinite(side) || !Number.isFinite(bottom) || side < 0 || bottom < 0) return null;
+  if (side === 0 && bottom === 0) return null;
+  return { side, bottom };
 }

@@ -1,5 +1,7 @@
 #include "cli/demo_command.h"
 
+#include "rendering/store_size.h"
+
 #include <filesystem>
 #include <iostream>
 
@@ -23,7 +25,8 @@ const char* const kDemoHelp =
     "makes (or refreshes) the set \"Demo launch\" with every built-in screen, titles\n"
     "in English, German, Japanese and Arabic and a few different looks, then renders\n"
     "the store images and writes one archive per platform and appearance:\n"
-    "DIR/<app>-ios-light.zip, -ios-dark, -android-light, -android-dark.\n"
+    "DIR/<app>-ios-light.zip, -ios-dark, -android-light, -android-dark, at the\n"
+    "sizes the stores require: 1320x2868 for iOS, 1284x2778 for Android.\n"
     "\n"
     "Options:\n"
     "  -o, --output DIR   where the archives go (default: ./vellora-demo)\n"
@@ -136,7 +139,11 @@ int demoCommand(const std::vector<std::string>& args, LocalBackend& backend,
     std::vector<fs::path> written;
     for (const char* os : {"ios", "android"}) {
       for (const char* theme : {"light", "dark"}) {
-        const rendering::ExportRequest job{set, os, theme, ""};
+        rendering::ExportRequest job;
+        job.set = set;
+        job.os = os;
+        job.theme = theme;
+        job.size = rendering::requiredStoreSize(os);
         const fs::path file = dir / (appSlug + "-" + os + "-" + theme + ".zip");
         err << "Exporting " << os << " " << theme << "\n";
         const int count = exportArchive(backend, renderer, job, file, err);

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/check_command.h"
 #include "cli/demo_command.h"
 #include "cli/export_command.h"
 #include "cli/request_command.h"
@@ -26,6 +27,7 @@ const char* const kHelp =
     "  request METHOD PATH   call one route and print its answer\n"
     "  export -o FILE.zip    render a set's missing store images and write its archive\n"
     "  demo [-o DIR]         build a sample set of the built-in app and export it\n"
+    "  check --set ID        check a set's store images against the stores' rules\n"
 #ifdef VELLS_WITH_CAPTURE
     "  capture --list        list Android devices and iOS simulators\n"
     "  capture --device ID --set ID --page ID\n"
@@ -54,7 +56,8 @@ int main(int argc, char** argv) {
   }
   const std::string command = args[0];
   args.erase(args.begin());
-  const bool known = command == "request" || command == "export" || command == "demo"
+  const bool known = command == "request" || command == "export" || command == "demo" ||
+                     command == "check"
 #ifdef VELLS_WITH_CAPTURE
                      || command == "capture" || command == "import"
 #endif
@@ -81,6 +84,8 @@ int main(int argc, char** argv) {
     return vells::cli::requestCommand(args, backend, std::cin, std::cout, std::cerr);
   }
   auto& renderer = *service.renderer;
+  if (command == "check")
+    return vells::cli::checkCommand(args, backend, renderer, std::cout, std::cerr);
   return command == "export"
              ? vells::cli::exportCommand(args, backend, renderer, std::cout, std::cerr)
              : vells::cli::demoCommand(args, backend, renderer, std::cout, std::cerr);

@@ -229,6 +229,17 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   nameArgs["screenMtimeMs"] =
       screen ? JSONValue(backend::mtimeMs(*screen).value_or(0)) : JSONValue();
   nameArgs["calloutAspect"] = heroBytes ? JSONValue(backend::pngAspect(*heroBytes)) : JSONValue();
+  // A store size other than the cache's own is another picture with its own
+  // name; the cache's own size is the very image the gallery already made.
+  const CSSSize canvas = canvasSize(r.os);
+  const JSONValue scaleValue = catalog.value("compositeScale");
+  const double ownScale = scaleValue.isNumber() ? *scaleValue.asNumber() : 2.0;
+  std::optional<StoreFit> fit;
+  if (r.size && !(std::lround(canvas.width * ownScale) == r.size->width &&
+                  std::lround(canvas.height * ownScale) == r.size->height)) {
+    fit = storeFit(canvas, r.size->width, r.size->height);
+    nameArgs["size"] = r.size->name();
+  }
   auto name = backend_.core().stringWithDocs("compositeName", docs, nameArgs, r.priority);
   const std::string filename = name ? *name : "composite-" + r.set + "-" + r.page + ".png";
   CompositeResult result{output / filename, filename,
@@ -240,7 +251,7 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
     return result;
   }
   const bool needPng = !r.thumbOnly && (r.fresh || !fileThere(result.path));
-  const bool needThumb = r.fresh || !fileThere(result.thumbPath);
+  const bool needThumb = !fit && (r.fresh || !fileThere(result.thumbPath));
   if (!needPng && !needThumb) {
     result.ready = true;
     return result;
@@ -269,22 +280,24 @@ std::optional<CompositeResult> Compositor::composite(const CompositeRequest& r) 
   }
   htmlArgs["layerUris"] = layerUris(r.set, plan.style);
   htmlArgs["pageLabel"] = row ? row->label : r.page;
+  htmlArgs["extend"] =
+      fit ? JSONValue(JSONValue::Object{{"side", fit->side}, {"bottom", fit->bottom}})
+          : JSONValue();
   const std::string html =
       backend_.core().stringWithDocs("compositeHtml", docs, htmlArgs, r.priority).value_or("");
-  const CSSSize canvas = canvasSize(r.os);
+  const CSSSize stage = fit ? fit->stage : canvas;
 
   // Stage 6: one load, one flattening, both outputs.
-  const JSONValue scaleValue = catalog.value("compositeScale");
   const JSONValue thumbValue = catalog.value("thumbWidth");
-  const double pngScale = needPng ? (scaleValue.isNumber() ? *scaleValue.asNumber() : 2.0) : 0;
+  const double pngScale = needPng ? (fit ? fit->scale : ownScale) : 0;
   const double thumbW = needThumb ? (thumbValue.isNumber() ? *thumbValue.asNumber() : 400.0) : 0;
   std::string png, jpeg;
   {
     HTMLRenderer::Lease slot = renderer_.acquire(r.priority);
-    slot->load(html, {canvas.width + 2 * Effects::M, canvas.height + 2 * Effects::M});
-    Effects::flatten(*slot, canvas, std::max(pngScale, thumbW / canvas.width));
-    const Rect area{Effects::M, Effects::M, canvas.width, canvas.height};
-    if (needPng) png = slot->capturePNG(area, pngScale * canvas.width, true);
+    slot->load(html, {stage.width + 2 * Effects::M, stage.height + 2 * Effects::M});
+    Effects::flatten(*slot, stage, std::max(pngScale, thumbW / stage.width));
+    const Rect area{Effects::M, Effects::M, stage.width, stage.height};
+    if (needPng) png = slot->capturePNG(area, fit ? r.size->width : pngScale * canvas.width, true);
     // With the PNG in hand its reduction is the thumbnail: cheaper than a
     // second capture, and the two can't differ.
     if (needThumb && !needPng)

@@ -9,6 +9,7 @@
 #include "backend/local_backend.h"
 #include "document/json_value.h"
 #include "rendering/html_renderer.h"
+#include "rendering/store_size.h"
 
 namespace vells::rendering {
 
@@ -45,6 +46,9 @@ struct CompositeRequest {
   bool fresh = false;      // redo the stages even if files exist
   bool check = false;      // render nothing, only tell what is there
   bool thumbOnly = false;  // the thumbnail is wanted, not the PNG
+  // A store size to draw at; absent, the cache's own size. A size of another
+  // aspect extends the background; such an image gets no thumbnail.
+  std::optional<StoreSize> size{};
   // Background work gets slots and the script only when no interactive work waits.
   platform::Priority priority = platform::Priority::interactive;
 };

@@ -49,6 +49,7 @@ std::vector<std::string> orderFor(LocalBackend& b, const JSONValue& orderDoc,
 
 struct Entry {
   std::string locale, page, name;
+  std::size_t place = 0;
 };
 
 // A rendered entry waiting for its turn in the archive.
@@ -119,12 +120,33 @@ ExportService::ExportService(LocalBackend& backend, HTMLRenderer& renderer)
 
 ExportArchive ExportService::run(const ExportRequest& request, const Progress& progress,
                                  const std::stop_token& stop) {
+  ZipWriter zip;
+  write(
+      request, [&zip](const ExportImage& image) { zip.add(image.name, image.bytes); }, progress,
+      stop);
+  const std::string base =
+      request.locale.empty()
+          ? request.set + "-" + request.os + "-" + request.theme
+          : request.set + "-" + request.locale + "-" + request.os + "-" + request.theme;
+  ExportArchive archive;
+  archive.entries = zip.count();
+  archive.bytes = zip.finish();
+  archive.fileName = base + ".zip";
+  return archive;
+}
+
+std::size_t ExportService::write(const ExportRequest& request, const Sink& sink,
+                                 const Progress& progress, const std::stop_token& stop) {
   std::vector<std::string> locales = backend::localesOf(backend_, request.set);
   if (!request.locale.empty()) {
     if (std::find(locales.begin(), locales.end(), request.locale) == locales.end())
       throw ExportRefused("Unknown locale for this set");
     locales = {request.locale};
   }
+  std::erase_if(locales, [&](const std::string& code) {
+    return std::find(request.skipLocales.begin(), request.skipLocales.end(), code) !=
+           request.skipLocales.end();
+  });
   auto orderDoc = JSONValue::tryParse(
       backend_.db().document(backend::LocalDatabase::Document::order, request.set));
   if (!orderDoc || !orderDoc->isObject()) orderDoc = JSONValue::Object{};
@@ -137,7 +159,7 @@ ExportArchive ExportService::run(const ExportRequest& request, const Progress& p
     const std::string folder = request.locale.empty() ? code + "/" : "";
     const auto order = orderFor(backend_, *orderDoc, all, code);
     for (std::size_t i = 0; i < order.size(); ++i)
-      renders->entries.push_back({code, order[i], exportEntryName(folder, i + 1, order[i])});
+      renders->entries.push_back({code, order[i], exportEntryName(folder, i + 1, order[i]), i + 1});
   }
   renders->done.resize(renders->entries.size());
   if (stop.stop_requested()) throw ExportStopped();
@@ -146,6 +168,7 @@ ExportArchive ExportService::run(const ExportRequest& request, const Progress& p
   common.set = request.set;
   common.os = request.os;
   common.theme = request.theme;
+  common.size = request.size;
   renders->render = [&compositor, &common](const Entry& e) -> std::optional<std::string> {
     CompositeRequest cr = common;
     cr.page = e.page;
@@ -176,7 +199,7 @@ ExportArchive ExportService::run(const ExportRequest& request, const Progress& p
     r.changed.notify_all();
   });
 
-  ZipWriter zip;
+  std::size_t written = 0;
   const std::size_t total = renders->entries.size();
   for (std::size_t i = 0; i < total; ++i) {
     std::optional<Rendered> rendered;
@@ -213,7 +236,10 @@ ExportArchive ExportService::run(const ExportRequest& request, const Progress& p
       renders->done[i].emplace();  // settled: keep the mark, drop the bytes
     }
     const Entry& e = renders->entries[i];
-    if (rendered->bytes) zip.add(e.name, *rendered->bytes);
+    if (rendered->bytes) {
+      sink(ExportImage{e.locale, e.page, e.place, e.name, *rendered->bytes});
+      ++written;
+    }
     if (progress) {
       progress({i + 1, total, e.locale, e.page,
                 rendered->bytes ? ExportProgress::Outcome::added : ExportProgress::Outcome::leftOut,
@@ -221,16 +247,7 @@ ExportArchive ExportService::run(const ExportRequest& request, const Progress& p
     }
   }
   if (stop.stop_requested()) throw ExportStopped();
-
-  const std::string base =
-      request.locale.empty()
-          ? request.set + "-" + request.os + "-" + request.theme
-          : request.set + "-" + request.locale + "-" + request.os + "-" + request.theme;
-  ExportArchive archive;
-  archive.entries = zip.count();
-  archive.bytes = zip.finish();
-  archive.fileName = base + ".zip";
-  return archive;
+  return written;
 }
 
 }  // namespace vells::rendering

@@ -4,12 +4,15 @@
 #include <cstddef>
 #include <exception>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 #include "backend/local_backend.h"
 #include "rendering/html_renderer.h"
+#include "rendering/store_size.h"
 
 namespace vells::rendering {
 
@@ -18,7 +21,17 @@ struct ExportRequest {
   std::string set = "default";
   std::string os = "ios";
   std::string theme = "light";
-  std::string locale;  // empty: every locale of the set, one folder each
+  std::string locale;                    // empty: every locale of the set, one folder each
+  std::vector<std::string> skipLocales{};  // of every locale, those left out
+  std::optional<StoreSize> size{};         // absent: the render cache's own size
+};
+
+// One finished image of an export, handed over in archive order.
+struct ExportImage {
+  std::string locale, page;
+  std::size_t place = 0;  // 1-based, in the locale's page order
+  std::string name;       // the archive entry's name
+  const std::string& bytes;
 };
 
 // One image of an export, told once it is settled.
@@ -82,6 +95,12 @@ class ExportService {
   ExportService(backend::LocalBackend& backend, HTMLRenderer& renderer);
 
   ExportArchive run(const ExportRequest& request, const Progress& progress = {},
+                    const std::stop_token& stop = {});
+
+  // The same renders, each finished image handed to `sink` on the calling
+  // thread in archive order instead of into an archive. Returns how many.
+  using Sink = std::function<void(const ExportImage&)>;
+  std::size_t write(const ExportRequest& request, const Sink& sink, const Progress& progress = {},
                     const std::stop_token& stop = {});
 
  private:

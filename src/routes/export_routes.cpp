@@ -27,8 +27,13 @@ Response downloadAll(HTMLRenderer& renderer, LocalBackend& b, const Request& req
   job.locale = request.param("locale");
   ExportArchive archive;
   try {
+    // Without a size the archive holds the render cache's own images.
+    if (const std::string size = request.param("size"); !size.empty())
+      job.size = rendering::parseStoreSize(job.os, size);
     archive = ExportService(b, renderer).run(job);
   } catch (const ExportRefused& e) {
+    return Response::text(e.what(), 400);
+  } catch (const rendering::StoreSizeError& e) {
     return Response::text(e.what(), 400);
   } catch (const ExportPageFailed& e) {
     // Answered as the render's own failure would be, with its status and words.

@@ -185,7 +185,17 @@ Response vell(HTMLRenderer& renderer, LocalBackend& b, const Request& request) {
 Response compositeRoute(HTMLRenderer& renderer, LocalBackend& b, const Request& request) {
   const PageQuery q(request);
   if (!backend::pageOf(b, q.set, q.page)) return Response::notFound();
-  const bool wantThumb = q.thumb && !q.dl;
+  // A store size is asked for by name; the cache's own size has a thumbnail,
+  // the others don't.
+  std::optional<rendering::StoreSize> size;
+  if (const std::string name = request.param("size"); !name.empty()) {
+    try {
+      size = rendering::parseStoreSize(q.os, name);
+    } catch (const rendering::StoreSizeError& e) {
+      return Response::text(e.what(), 400);
+    }
+  }
+  const bool wantThumb = q.thumb && !q.dl && !size;
   Compositor c(b, renderer);
   CompositeRequest cr;
   cr.set = q.set;
@@ -195,6 +205,7 @@ Response compositeRoute(HTMLRenderer& renderer, LocalBackend& b, const Request& 
   cr.locale = q.locale;
   cr.fresh = q.fresh;
   cr.thumbOnly = wantThumb;
+  cr.size = size;
   auto result = c.composite(cr);
   if (!result) return Response::notFound();
   Response r;
