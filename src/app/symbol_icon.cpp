@@ -106,6 +106,7 @@ constexpr auto kSymbols = std::to_array<std::pair<const char*, const char*>>({
     {"plus.square.on.square", "copy-plus"},
     {"square.3.layers.3d", "layers-3"},
     {"highlighter", "highlighter"},
+    {"seal", "sticker"},
 });
 
 // Draws the outline at whatever size and pixel ratio the icon is asked for,
