@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QIcon>
+#include <QLabel>
 #include <QTimer>
 #include <cstdlib>
 #include <cstring>
@@ -7,10 +8,17 @@
 
 #include "app/app_look.h"
 #include "app/application_parts.h"
+#include "app/canvas_view.h"
+#include "app/chat_panel.h"
 #include "app/debug_keys.h"
 #include "app/editor_view.h"
+#include "app/gallery_view.h"
+#include "app/inspector_view.h"
 #include "app/main_window.h"
+#include "app/screen_drop_target.h"
 #include "app/settings_window.h"
+#include "app/sheet_presenter.h"
+#include "app/shell_commands.h"
 #include "app/sidebar_view.h"
 #include "app/startup_trace.h"
 #include "assistants/tool_finder.h"
@@ -31,13 +39,51 @@ int main(int argc, char** argv) {
   app::MainWindow window(parts.app, parts.editor, parts.canvas, parts.gallery, parts.images,
                          parts.settings);
   parts.saver.setWindow(&window);
+
+  // Each area of the window is built from the models it presents; the window
+  // and its editor view own them from here on.
+  auto* gallery =
+      new app::GalleryView(parts.gallery, parts.app, parts.images, parts.importer, &window);
+  window.setGallery(gallery);
+
+  auto* canvas =
+      new app::CanvasView(parts.canvas, parts.gestures, parts.editor, parts.fonts, &window);
+  window.editorView()->setCanvas(canvas);
+  QObject::connect(&parts.preview, &preview::PreviewModel::frameChanged, canvas,
+                   [&parts, canvas] { canvas->setFrame(parts.preview.frame()); });
+  QObject::connect(&parts.preview, &preview::PreviewModel::restartingChanged, canvas,
+                   [&parts, canvas] { canvas->setRestarting(parts.preview.restarting()); });
+  QObject::connect(canvas, &app::CanvasView::boxChanged, &parts.preview,
+                   [&parts](QSizeF box, qreal ratio) {
+                     parts.preview.setDevicePixelRatio(ratio);
+                     parts.preview.setBoxSize(box);
+                   });
+
+  auto* inspector = new app::InspectorView(parts.editor, parts.app, parts.canvas, parts.images,
+                                           parts.settings, &window);
+  window.editorView()->setInspector(inspector);
+  QObject::connect(window.commands(), &app::ShellCommands::stickersRequested, inspector,
+                   &app::InspectorView::showStickers);
+
+  auto activeChat = [&parts]() -> assistants::EditorChat& {
+    return parts.chats.chat(QString::fromStdString(parts.app.activeSet()));
+  };
+  auto* chat = new app::ChatPanel(activeChat(), &window);
+  window.editorView()->setChatPanel(chat);
+  QObject::connect(&parts.app, &models::AppModel::activeSetChanged, chat,
+                   [chat, activeChat] { chat->setChat(activeChat()); });
+
+  app::SheetPresenter sheets(
+      parts.app, parts.editor, parts.images, parts.captureModel,
+      [&parts] { return parts.toolPreference.preferred().has_value(); }, &window);
+  auto* sidebarDrop = new app::ScreenDropTarget(parts.app, parts.importer, window.sidebar());
+  QObject::connect(sidebarDrop, &app::ScreenDropTarget::reported, window.editorView()->statusLine(),
+                   &QLabel::setText);
+
   window.editorView()->setDebugSelection(debug.select, debug.edit);
   window.sidebar()->setDebugAddAppStep(debug.addAppStep);
 
-  app::SettingsWindow settingsWindow(
-      parts.libraryPath, parts.settings,
-      assistants::ToolFinder(assistants::LoginShell::forCurrentUser(),
-                             assistants::ToolFinder::defaultOptions()));
+  app::SettingsWindow settingsWindow(parts.libraryPath, parts.settings, parts.toolFinder);
   QObject::connect(&window, &app::MainWindow::settingsRequested, &settingsWindow, [&] {
     settingsWindow.show();
     settingsWindow.raise();

@@ -5,6 +5,8 @@
 #include <QVariantMap>
 #include <functional>
 
+#include "app/sheet_dialog.h"
+
 class QWidget;
 
 namespace vells::models {

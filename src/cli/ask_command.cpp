@@ -102,7 +102,7 @@ AskJob parse(const std::vector<std::string>& args) {
 // The CLI saves no picture of its own: the chat never downloads.
 struct NoFiles : models::FileSaver {
   void save(std::string, std::string, std::function<void(Outcome)> done) override {
-    done({Outcome::Kind::cancelled, {}});
+    done({Outcome::Kind::cancelled, {}, {}});
   }
 };
 

@@ -54,14 +54,4 @@ APIError APIError::badReply(const std::string& detail) {
   return APIError(Kind::badReply, 0, "The library’s answer couldn’t be read: " + detail);
 }
 
-std::string APIError::sentence() const {
-  std::string text = what();
-  if (kind_ == Kind::http) {
-    if (auto body = JSONValue::tryParse(text); body && body->isObject()) {
-      if (auto words = body->stringAt("error")) text = *words;
-    }
-  }
-  return text;
-}
-
 }  // namespace vells::models

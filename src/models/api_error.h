@@ -27,9 +27,6 @@ class APIError : public std::runtime_error {
   std::string sentence() const;
   // The HTTP status for `http`, 0 otherwise.
   int status() const { return status_; }
-  // What a person reads: the backend's own sentence when its answer carries
-  // one as {"error": …}, else the description.
-  std::string sentence() const;
 
  private:
   APIError(Kind kind, int status, const std::string& description);

@@ -31,8 +31,11 @@ JSONValue fulfill(const std::string& requestId, int status, const std::string& m
                         // The page reloads nothing by itself; a changed picture has a new address.
                         JSONValue::Object{{"name", "Cache-Control"}, {"value", "no-store"}}};
   for (const auto& [name, value] : headers) {
-    if (name != "Cache-Control")
-      list.push_back(JSONValue::Object{{"name", name}, {"value", value}});
+    if (name == "Cache-Control") continue;
+    JSONValue::Object header;
+    header["name"] = name;
+    header["value"] = value;
+    list.emplace_back(std::move(header));
   }
   return JSONValue::Object{{"requestId", requestId},
                            {"responseCode", status},
