@@ -1,5 +1,7 @@
 #include "app/editor_view.h"
 
+#include <QEvent>
+
 #include <QLabel>
 #include <QSettings>
 #include <QSplitter>
@@ -124,8 +126,7 @@ EditorView::EditorView(AppModel& app, models::EditorModel& editor, models::Canva
   replace(canvasWidget_, placeholder(QStringLiteral("Canvas"), this, true), canvasHolder_);
   replace(inspectorWidget_, placeholder(QStringLiteral("Inspector"), this, false),
           inspectorHolder_);
-  const int width = settings_.value(keyInspectorWidth, kInspectorDefaultWidth).toInt();
-  content_->setSizes({1000, 0, std::max(width, kInspectorMinWidth)});
+  content_->installEventFilter(this);
   connect(content_, &QSplitter::splitterMoved, this, [this] {
     if (inspectorHolder_->isVisible()) {
       settings_.setValue(keyInspectorWidth, inspectorHolder_->width());
@@ -182,12 +183,23 @@ void EditorView::setInspector(QWidget* inspector) {
 void EditorView::setChatPanel(QWidget* chat) {
   replace(chatWidget_, chat, chatHolder_);
   chatHolder_->setVisible(chat != nullptr);
-  if (chat) {
-    QList<int> sizes = content_->sizes();
-    sizes[0] = std::max(0, sizes[0] - kChatDefaultWidth);
-    sizes[1] = kChatDefaultWidth;
-    content_->setSizes(sizes);
-  }
+  columnsFitted_ = false;
+  fitColumns();
+}
+
+bool EditorView::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == content_ && event->type() == QEvent::Resize) fitColumns();
+  return QWidget::eventFilter(watched, event);
+}
+
+void EditorView::fitColumns() {
+  const int total = content_->width();
+  if (columnsFitted_ || total <= 0 || !content_->isVisible()) return;
+  const int inspector = std::max(settings_.value(keyInspectorWidth, kInspectorDefaultWidth).toInt(),
+                                 kInspectorMinWidth);
+  const int chat = chatHolder_->isVisibleTo(content_) ? kChatDefaultWidth : 0;
+  content_->setSizes({std::max(0, total - chat - inspector), chat, inspector});
+  columnsFitted_ = true;
 }
 
 void EditorView::setInspectorShown(bool shown) {

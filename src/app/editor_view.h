@@ -57,7 +57,11 @@ class EditorView : public QWidget {
  signals:
   void inspectorShownChanged(bool shown);
 
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
  private:
+  void fitColumns();
   void follow();
   void followStatus();
   void loadPage();
@@ -82,6 +86,9 @@ class EditorView : public QWidget {
   QLabel* tip_;
   QLabel* status_;
   bool inspectorShown_ = true;
+  // The columns get their widths in pixels once the splitter has its own:
+  // before that, sizes are only proportions.
+  bool columnsFitted_ = false;
 
   QString debugSelect_;
   bool debugEdit_ = false;

@@ -2,6 +2,7 @@
 #include <QIcon>
 #include <QLabel>
 #include <QTimer>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -94,6 +95,18 @@ int main(int argc, char** argv) {
   if (const char* t = std::getenv("VELLS_STARTUP_TRACE"); t && *t) {
     trace = std::make_unique<app::StartupTrace>(window, parts.app, parts.gallery, parts.images,
                                                 std::strcmp(t, "exit") == 0);
+  }
+
+  // A scripted run's picture of the whole window: VELLS_SCREENSHOT=FILE.png
+  // grabs it once VELLS_SCREENSHOT_AFTER milliseconds (default 6000) have
+  // passed, then quits. The docs' pictures of the app are taken this way.
+  if (const char* shot = std::getenv("VELLS_SCREENSHOT"); shot && *shot) {
+    const char* after = std::getenv("VELLS_SCREENSHOT_AFTER");
+    const int delay = after && *after ? std::atoi(after) : 6000;
+    QTimer::singleShot(delay, &window, [&window, file = QString::fromLocal8Bit(shot)] {
+      if (!window.grab().save(file)) std::fprintf(stderr, "Couldn't write %s\n", qPrintable(file));
+      QApplication::quit();
+    });
   }
 
   window.show();
