@@ -2,6 +2,8 @@
 
 #include <QStringList>
 
+#include "assistants/prompt_words.h"
+
 namespace vells::assistants::chat_prompt {
 
 namespace {
@@ -31,19 +33,7 @@ EDIT LIKE A DESIGNER — keep things that belong together together. Boxes are [l
 
 TEXT MUST ALWAYS FIT AND READ. The title is set in a column textFit.title.columnWidth px wide (the canvas less 40px each side unless titleWidth is set) and shows 2 lines — up to 4 when you break it yourself with \n; anything longer is cut off with "…". Roughly, one line holds columnWidth / (0.55 × titleSize) characters in Latin script (fewer in bold, German runs long, Persian/Arabic about as long). A single word wider than the column breaks in the middle. Prefer shorter copy over a smaller size; never go below titleSize 40, and never below 22px for any text layer. Keep every text inside the canvas and off the phone's screen. "textFit" in the state is the app's own measurement of the page as it renders now — its "problems" are real and must be fixed whenever you touch the text. After every change the app measures again and tells you anything still wrong.
 
-Keep what the person did not ask to change. Keep the title readable over the background. For right-to-left languages keep the copy natural in that language.
-
-COPY — how a store caption is written:
-- One idea per headline; never join two things with "and". Short, common words. 3-5 words per line, 2 lines preferred; line breaks are chosen, not left to wrapping.
-- Say what the person gets, in the app's own nouns and verbs — a headline that still works with a competitor's name swapped in is too generic. Emphasise ONE word or short phrase with *asterisks*.
-- Never: filler ("seamless", "powerful", "revolutionary", "all-in-one", "next-generation", "leverage", "AI-powered" as the whole message), exclamation marks, questions, "Download now", prices, invented awards, ratings or counts.
-- Formulas by slot (fill with real words, never leave a placeholder):
-  Hero: "[outcome], without [pain]." · "Your [noun],\nfinally [benefit]." · "[verb] [noun].\n[verb] [noun]." · "Every [noun],\n[outcome]." · "Meet your new [role]."
-  Differentiator: "Only [app] [does the unique thing]." · "No [pain]. No [pain].\nJust [outcome]." · "Built for [specific person]." · "[verb] it once.\n[outcome] forever."
-  Feature: "[verb] [noun] in [time]." · "Never [pain] again." · "From [before] to [after]." · "[noun], sorted." · "Right on your [surface]."
-  Trust: "Private by design." · "Made for people who [do the thing]." — only true claims.
-  Closer: "Your first [unit] starts today." · a short run of what else the app does.
-- Other languages: write each natively, not word for word. German and French run 20-35% longer — shorten the idea before shrinking the type. Keep numbers, units and currency native to the language. The emphasised word usually moves in translation; put the asterisks on whatever carries the meaning there. Persian and Arabic read right to left — keep them natural.)PROMPT";
+Keep what the person did not ask to change. Keep the title readable over the background. For right-to-left languages keep the copy natural in that language.)PROMPT";
 
 const char* const kPageLead = "CURRENT PAGE (JSON): ";
 const char* const kRequestLead =
@@ -59,7 +49,9 @@ const char* const kRepairLead =
 }  // namespace
 
 QString system() {
-  return QString::fromUtf8(kSystem);
+  // The copy rules are the ones every screen of a generation gets too.
+  return QString::fromUtf8(kSystem) + QStringLiteral("\n\n") +
+         QString::fromUtf8(prompt_words::kScreenCopy);
 }
 
 QString turn(const QString& state, const QString& request) {
